@@ -1,0 +1,7 @@
+#include "Platform/DrawnView.h"
+
+namespace quillmore::platform {
+
+void DrawnView::drawRect(const Rect&, GraphicsContext&) {}
+
+}  // namespace quillmore::platform

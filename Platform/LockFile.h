@@ -1,0 +1,26 @@
+// A lock that processes, and threads of one process, share by the name of a file. It goes with the
+// object, and with the process when that is killed; the file stays, so that nobody can hold a lock
+// on a file which another has just removed.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "Platform/FileDescriptor.h"
+#include "Platform/Result.h"
+
+namespace quillmore::platform {
+
+class LockFile {
+public:
+    /// Waits for other holders as long as `patience`, then EWOULDBLOCK: a holder that was stopped
+    /// must not stop everyone else. The file is made (mode 0600) when it is missing; a symbolic
+    /// link in its place is an error (ELOOP).
+    static Result<LockFile> take(const std::string& hostPath, std::chrono::milliseconds patience);
+
+private:
+    explicit LockFile(FileDescriptor file) : file_(std::move(file)) {}
+    FileDescriptor file_;
+};
+
+}  // namespace quillmore::platform
