@@ -1,0 +1,128 @@
+// The move with administrator rights. Old copies are deleted outright here: the Trash is the
+// user's.
+#include <memory>
+
+#include "Common/LetsMove/PFMoveSteps.h"
+#include "Common/utils/Folders.h"
+#include "Common/utils/Logging.h"
+#include "Platform/Authorization.h"
+#include "Platform/Exception.h"
+#include "Platform/ProcessSpawner.h"
+#include "Platform/Services.h"
+#include "Platform/TerminationSignals.h"
+
+namespace quillmore {
+
+namespace {
+
+constexpr const char* kAdministratorRight = "system.privilege.admin";
+constexpr std::uint32_t kAskForRights = platform::kAuthorizationFlagInteractionAllowed |
+                                        platform::kAuthorizationFlagExtendRights |
+                                        platform::kAuthorizationFlagPreAuthorize;
+
+bool isBlank(const std::string& path) {
+    return path.find_first_not_of(" \t\r\n\v\f") == std::string::npos;
+}
+
+/// The rights for one move; given back when it is over, however it went.
+class AdministratorRights {
+public:
+    AdministratorRights() = default;
+    ~AdministratorRights() {
+        if (reference_) authorization_.free(std::move(reference_));
+    }
+    AdministratorRights(const AdministratorRights&) = delete;
+    AdministratorRights& operator=(const AdministratorRights&) = delete;
+
+    MoveResult obtain() {
+        logVerbose("Asking for authorisation...");
+        if (authorization_.create(reference_) != platform::kAuthorizationSuccess)
+            return MoveResult::failed;
+        const platform::OSStatus answer =
+            authorization_.copyRights(*reference_, {kAdministratorRight}, kAskForRights);
+        if (answer == platform::kAuthorizationSuccess) return MoveResult::succeeded;
+        logVerbose("Authorisation denied");
+        return answer == platform::kAuthorizationCanceled ? MoveResult::cancelled
+                                                          : MoveResult::failed;
+    }
+    /// How the tool ended; nothing when it did not start or could not be waited for.
+    std::optional<platform::ProcessEnd> run(const char* tool,
+                                            const std::vector<std::string>& arguments) {
+        const platform::TerminationDelay delay;
+        platform::PrivilegedProcess started;
+        if (authorization_.executeWithPrivileges(*reference_, tool, arguments,
+                                                 platform::Authorization::Communications::none,
+                                                 started) != platform::kAuthorizationSuccess)
+            return std::nullopt;
+        try {
+            return platform::services().processes->wait(started.process);
+        } catch (const platform::Exception&) {
+            return std::nullopt;
+        }
+    }
+
+private:
+    platform::Authorization& authorization_ = *platform::services().authorization;
+    std::unique_ptr<platform::AuthorizationReference> reference_;
+};
+
+/// Nothing there counts as removed.
+bool removeAsAdministrator(AdministratorRights& rights, const std::string& path) {
+    if (!__QMCurrentThreadFileManager().fileExists(path)) return true;
+    logVerbose("Removing \"%@\"", path);
+    const auto end = rights.run("/bin/rm", {"-rf", path});
+    // Deliberate: only a signal counts, not the exit status.
+    return end && !end->signalled;
+}
+
+bool removeOldCopies(AdministratorRights& rights, const MovePlan& plan, MoveReport& report) {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    std::vector<std::string> paths = {plan.destination};
+    paths.insert(paths.end(), plan.alsoRemove.begin(), plan.alsoRemove.end());
+    for (const std::string& path : paths) {
+        const bool wasThere = files.fileExists(path);
+        const bool removed = removeAsAdministrator(rights, path);
+        if (wasThere && !files.fileExists(path)) report.removed.push_back(path);
+        if (!removed) return false;
+    }
+    return true;
+}
+
+bool copyAsAdministrator(AdministratorRights& rights, const MovePlan& plan, MoveReport& report) {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    const bool placeIsFree = !files.fileExists(plan.destination);
+    logVerbose("Copying \"%@\" to \"%@\"", plan.source, plan.destination);
+    const auto end = rights.run("/bin/cp", {"-pR", plan.source, plan.destination});
+    if (end && end->succeeded()) return true;
+    // Half a copy under the application's own name would be taken for the application. What could
+    // not be removed before stays.
+    if (placeIsFree) {
+        removeAsAdministrator(rights, plan.destination);
+        if (files.fileExists(plan.destination)) report.incomplete = plan.destination;
+    }
+    return false;
+}
+
+MoveResult moveAsAdministrator(const MovePlan& plan, MoveReport& report) {
+    if (!plan.destination.ends_with(".app") || isBlank(plan.destination) || isBlank(plan.source))
+        return MoveResult::failed;
+    AdministratorRights rights;
+    const MoveResult answer = rights.obtain();
+    if (answer != MoveResult::succeeded) return answer;
+    const bool moved =
+        removeOldCopies(rights, plan, report) && copyAsAdministrator(rights, plan, report);
+    return moved ? MoveResult::succeeded : MoveResult::failed;
+}
+
+}  // namespace
+
+MoveResult moveWithAuthorization(const MovePlan& plan, MoveReport& report) {
+    const MoveResult result = moveAsAdministrator(plan, report);
+    if (result == MoveResult::cancelled)
+        logNormal("Not moving because user canceled authorization");
+    if (result == MoveResult::failed)
+        logError("Could not copy myself to /Applications with authorization");
+    return result;
+}
+
+}  // namespace quillmore

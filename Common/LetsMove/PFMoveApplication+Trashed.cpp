@@ -1,0 +1,100 @@
+// The move with the user's own rights: what is in the way goes to the Trash. The copy grows under
+// another name and is renamed when it is whole, so that a launcher which is killed meanwhile leaves
+// nothing that looks like an application.
+#include <cerrno>
+
+#include "Common/LetsMove/PFMoveApplication.h"
+#include "Common/LetsMove/PFMoveSteps.h"
+#include "Common/utils/Folders.h"
+#include "Common/utils/Logging.h"
+#include "Platform/Bundle.h"
+#include "Platform/LockFile.h"
+#include "Platform/Services.h"
+#include "Platform/TerminationSignals.h"
+
+namespace quillmore {
+
+namespace {
+
+/// Held while a copy grows: another launcher of this user must not take it for an abandoned one.
+platform::Result<platform::LockFile> takeMoveLock() {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    const platform::Services& services = platform::services();
+    const std::string folder = platform::pathByAppending(services.homeFolder, "Library/Caches");
+    files.createDirectory(folder, 0700);
+    const std::string name =
+        services.mainBundle->bundleIdentifier().value_or(services.processName) + ".move.lock";
+    return platform::LockFile::take(files.hostPath(platform::pathByAppending(folder, name)), {});
+}
+
+bool isHeldByAnother(const platform::Result<platform::LockFile>& lock) {
+    return !lock && lock.error().code() == EWOULDBLOCK;
+}
+
+std::optional<platform::Error> removeIfThere(const std::string& path) {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    return files.attributes(path) ? files.removeItem(path) : std::nullopt;
+}
+
+std::optional<platform::Error> copyInStages(const MovePlan& plan, MoveReport& report) {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    const std::string staging = stagingPath(plan.destination);
+    if (auto error = removeIfThere(staging)) return error;
+    auto error = files.copyItem(plan.source, staging);
+    if (!error) error = files.moveItem(staging, plan.destination);
+    if (error && removeIfThere(staging)) report.incomplete = staging;
+    return error;
+}
+
+bool trashOldCopies(const MovePlan& plan, MoveReport& report) {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    if (files.fileExists(plan.destination)) {
+        if (!Trash(plan.destination)) return false;
+        report.trashed.push_back(plan.destination);
+    }
+    for (const std::string& path : plan.alsoRemove) {
+        if (!files.fileExists(path)) continue;
+        if (Trash(path)) {
+            report.trashed.push_back(path);
+        } else {
+            logVerbose("Failed to trash \"%@\"", path);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+MoveResult moveWithTrash(const MovePlan& plan, MoveReport& report) {
+    const platform::TerminationDelay delay;
+    const auto lock = takeMoveLock();
+    if (isHeldByAnother(lock)) {
+        logError("Another copy of this application is moving itself");
+        return MoveResult::failed;
+    }
+    if (!trashOldCopies(plan, report)) return MoveResult::failed;
+    if (plan.framework != PFFramework::above949) {
+        logError("Could not copy myself to %@", plan.destination);
+        return MoveResult::failed;
+    }
+    if (const auto error = copyInStages(plan, report)) {
+        logError("Could not copy '%@' to '%@' (%@)", plan.source, plan.destination, *error);
+        logError("Could not copy myself to %@", plan.destination);
+        return MoveResult::failed;
+    }
+    return MoveResult::succeeded;
+}
+
+void removeInterruptedCopy(const std::string& destination) {
+    const std::string staging = stagingPath(destination);
+    if (!__QMCurrentThreadFileManager().attributes(staging)) return;
+    const auto lock = takeMoveLock();
+    if (isHeldByAnother(lock)) return;
+    if (const auto error = removeIfThere(staging)) {
+        logError("Could not remove \"%@\", which an interrupted move left (%@)", staging, *error);
+    } else {
+        logNormal("Removed \"%@\", which an interrupted move left", staging);
+    }
+}
+
+}  // namespace quillmore

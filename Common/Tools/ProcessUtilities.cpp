@@ -1,0 +1,53 @@
+#include "Common/Tools/ProcessUtilities.h"
+
+#include "Common/utils/Applications.h"
+#include "Platform/Exception.h"
+#include "Platform/Format.h"
+#include "Platform/Services.h"
+#include "Platform/Task.h"
+
+namespace quillmore {
+
+namespace {
+
+/// True when the pipeline's last command succeeds. One that cannot run finds nothing.
+bool pipelineMatches(std::string pipeline) {
+    try {
+        platform::Task task(*platform::services().processes);
+        task.setLaunchPath("/bin/sh");
+        task.setArguments({"-c", std::move(pipeline)});
+        task.launch();
+        task.waitUntilExit();
+        return task.terminationStatus() == 0;
+    } catch (const platform::Exception&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+bool ProcessUtilities::quillmoreCoreAlreadyRunning(const std::string& processName) {
+    // Deliberate: the name goes between the quotes as it is, and all three searches always run; the
+    // last two look for the fixed product word, whatever the name.
+    const bool namedProcessRuns = pipelineMatches(platform::format(
+        "ps ax -o comm | fgrep '%@' | grep -v grep | grep -v relaunchqm > /dev/null", processName));
+    const bool macClientRuns = pipelineMatches(platform::format(
+        "ps ax -o comm | grep '%@ %@' | grep -v grep >/dev/null", "Quillmore", "Mac"));
+    const bool coreRuns = pipelineMatches(platform::format(
+        "ps ax -o comm | grep '%@%@' | grep -v grep >/dev/null", "Quillmore", "Core"));
+    return namedProcessRuns || macClientRuns || coreRuns;
+}
+
+std::optional<platform::Dictionary> ProcessUtilities::getRunningiTunesInfo() {
+    return launchedApplication("com.apple.iTunes");
+}
+
+std::optional<platform::Dictionary> ProcessUtilities::getRunningFinder() {
+    return launchedApplication("com.apple.finder");
+}
+
+std::string ProcessUtilities::currentLanguage() {
+    return "en";
+}
+
+}  // namespace quillmore

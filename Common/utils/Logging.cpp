@@ -1,0 +1,147 @@
+#include "Common/utils/Logging.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "Common/utils/LogState.h"
+#include "Platform/Format.h"
+#include "Platform/Services.h"
+#include "Platform/SharedInstance.h"
+#include "Platform/SystemInformation.h"
+#include "Platform/Thread.h"
+
+namespace quillmore {
+
+namespace {
+
+platform::SharedInstance<LogState> sharedState;
+
+const char* tagOf(std::uint32_t level) {
+    switch (level) {
+        case kLogLevelVerbose:
+            return "(vrb) ";
+        case kLogLevelDetailed:
+            return "(dtl) ";
+        case kLogLevelError:
+            return "(ERR) ";
+        default:
+            return "(nrm) ";
+    }
+}
+
+/// The newline goes to the format, not to the finished text.
+std::string messageOf(std::string_view format, FormatArguments arguments) {
+    if (format.ends_with('\n')) return platform::formatWithArguments(format, arguments);
+    return platform::formatWithArguments(std::string(format) + "\n", arguments);
+}
+
+std::string lineOf(LogState& state, std::uint32_t level, const std::string& message) {
+    if (!state._ProcessName) state.recordProcess();  // a line before any configuration
+    return platform::format("%@ %@[%d] %@%@%@", createCurrentDateTimeString(), state._ProcessName,
+                            state._PID, tagOf(level), __createCurrentThreadPrefixString(), message);
+}
+
+/// Marks the time in which the file is changed, also when that fails.
+class FileChange {
+public:
+    explicit FileChange(LogState& state) : state_(state) { state_.isChangingFile = true; }
+    ~FileChange() { state_.isChangingFile = false; }
+    FileChange(const FileChange&) = delete;
+    FileChange& operator=(const FileChange&) = delete;
+
+private:
+    LogState& state_;
+};
+
+/// Leaves a file that has grown too long for a fresh one. Old files are never removed.
+void examineLogFileLength(LogState& state) {
+    if (state._examineLogFileLengthInNLines != 0) {
+        --state._examineLogFileLengthInNLines;
+        return;
+    }
+    if (state.isChangingFile) return;  // a line that the change itself logs
+    const FileChange change(state);
+    if (_fileLength(state._optionalLogFileHandle.get()) >= kLogFileLengthToLeave)
+        _initLogging(__createStringByRegeneratingLogFilePath());
+    state._examineLogFileLengthInNLines = kExamineLogFileLengthEveryNLines;
+}
+
+void writeToFile(LogState& state, std::uint32_t level, const std::string& line) {
+    if (!state._optionalLogFileHandle || state._fileLoggingLevel < level) return;
+    // A failed write is ignored: there is no better place to say so.
+    std::fwrite(line.data(), 1, line.size(), state._optionalLogFileHandle.get());
+    examineLogFileLength(state);
+}
+
+/// Flushed at once, so that an abort loses nothing and both streams keep their order.
+void writeToStream(std::FILE* stream, const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stream);
+    std::fflush(stream);
+}
+
+void writeToTerminal(LogState& state, std::uint32_t level, const std::string& line) {
+    if (state._stdioLoggingLevel < level) return;
+    writeToStream(level == kLogLevelError ? stderr : stdout, line);
+}
+
+}  // namespace
+
+LogState& logState() {
+    return sharedState.get();
+}
+
+void _log(std::uint32_t level, std::string_view format, FormatArguments arguments) {
+    if (!_isLogLevelVisible(level)) return;
+    const std::string message = messageOf(format, arguments);
+    LogState& state = logState();
+    const std::lock_guard lock(state.lock);
+    const std::string line = lineOf(state, level, message);
+    writeToFile(state, level, line);
+    writeToTerminal(state, level, line);
+}
+
+bool _isLogLevelVisible(std::uint32_t level) {
+    const LogState& state = logState();
+    return state._fileLoggingLevel >= level || state._stdioLoggingLevel >= level;
+}
+
+bool isLogVerboseVisible() {
+    return _isLogLevelVisible(kLogLevelVerbose);
+}
+
+bool isLogDetailVisible() {
+    return _isLogLevelVisible(kLogLevelDetailed);
+}
+
+void _printToStandardOutput(std::string_view format, FormatArguments arguments) {
+    writeToStream(stdout, platform::formatWithArguments(format, arguments) + "\n");
+}
+
+void _printToStandardError(std::string_view format, FormatArguments arguments) {
+    writeToStream(stderr, platform::formatWithArguments(format, arguments) + "\n");
+}
+
+std::string __createCurrentThreadPrefixString() {
+    if (const auto name = platform::currentThreadName()) return platform::format("[%@] ", *name);
+    std::uint64_t port = 0;
+    if (platform::haveServices() && platform::services().systemInformation != nullptr)
+        port = platform::services().systemInformation->currentThreadPort();
+    return platform::format("[0x%0llx] ", port);
+}
+
+std::uint32_t _fileLength(std::FILE* stream) {
+    constexpr std::uint32_t kNoStream = 0xFFFFFFFF;
+    if (stream == nullptr) return kNoStream;
+    const off_t position = ::ftello(stream);
+    // A pipe or a terminal has no length that could grow too long.
+    if (position < 0 || ::fseeko(stream, 0, SEEK_END) != 0) return 0;
+    const off_t length = ::ftello(stream);
+    ::fseeko(stream, position, SEEK_SET);
+    if (length < 0) return 0;
+    constexpr off_t kLongest = std::numeric_limits<std::uint32_t>::max();
+    return static_cast<std::uint32_t>(std::min(length, kLongest));
+}
+
+}  // namespace quillmore

@@ -1,0 +1,35 @@
+#include "Common/utils/PropertyLists.h"
+
+#include <cerrno>
+
+#include "Common/utils/Folders.h"
+#include "Common/utils/Logging.h"
+#include "Platform/PropertyList.h"
+
+namespace quillmore {
+
+namespace {
+
+bool saysThatNothingIsThere(const platform::Error& error) {
+    return error.domain() == platform::kPosixErrorDomain &&
+           (error.code() == ENOENT || error.code() == ENOTDIR);
+}
+
+}  // namespace
+
+std::optional<platform::Dictionary> dictionaryWithContentsOfFile(const std::string& path,
+                                                                 Trouble trouble) {
+    auto list = platform::readPropertyList(__QMCurrentThreadFileManager(), path);
+    std::string reason = "not a dictionary";
+    if (!list) {
+        if (saysThatNothingIsThere(list.error())) return std::nullopt;
+        reason = list.error().localizedDescription();
+    } else if (const auto* dictionary = list->dictionary()) {
+        return *dictionary;
+    }
+    if (trouble == Trouble::isLogged)
+        logError("Failed to read property list \"%@\" (%@)", path, reason);
+    return std::nullopt;
+}
+
+}  // namespace quillmore

@@ -1,0 +1,59 @@
+#define OPENSSL_API_COMPAT 0x10100000L
+
+#include "tests/integrity/TestKeys.h"
+
+#include <openssl/bio.h>
+#include <openssl/ec.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+
+#include <functional>
+#include <stdexcept>
+
+namespace quillmore::tests {
+
+namespace {
+
+std::string pem(const std::function<int(BIO*)>& write) {
+    BIO* stream = BIO_new(BIO_s_mem());
+    if (write(stream) != 1) throw std::runtime_error("a key cannot be written");
+    char* text = nullptr;
+    const long size = BIO_get_mem_data(stream, &text);
+    std::string result(text, static_cast<std::size_t>(size));
+    BIO_free(stream);
+    return result;
+}
+
+TestKeys makeKeys() {
+    EVP_PKEY* pair = EVP_RSA_gen(2048);
+    EVP_PKEY* elliptic = EVP_EC_gen("P-256");
+    RSA* rsa = EVP_PKEY_get1_RSA(pair);
+    unsigned char phrase[] = "open sesame";
+    TestKeys keys;
+    keys.privateKey = pem([&](BIO* stream) {
+        return PEM_write_bio_RSAPrivateKey(stream, rsa, nullptr, nullptr, 0, nullptr, nullptr);
+    });
+    keys.encryptedPrivateKey = pem([&](BIO* stream) {
+        return PEM_write_bio_RSAPrivateKey(stream, rsa, EVP_aes_128_cbc(), phrase,
+                                           sizeof phrase - 1, nullptr, nullptr);
+    });
+    keys.publicKey = pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, pair); });
+    keys.rsaOnlyPublicKey =
+        pem([&](BIO* stream) { return PEM_write_bio_RSAPublicKey(stream, rsa); });
+    keys.ellipticPublicKey =
+        pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, elliptic); });
+    RSA_free(rsa);
+    EVP_PKEY_free(elliptic);
+    EVP_PKEY_free(pair);
+    return keys;
+}
+
+}  // namespace
+
+const TestKeys& testKeys() {
+    static const TestKeys keys = makeKeys();
+    return keys;
+}
+
+}  // namespace quillmore::tests

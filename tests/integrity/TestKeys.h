@@ -1,0 +1,23 @@
+// One RSA key pair for all tests of a process, made at run time, in every PEM form that they need.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace quillmore::tests {
+
+struct TestKeys {
+    std::string privateKey;
+    std::string encryptedPrivateKey;  ///< With a pass phrase.
+    std::string publicKey;            ///< SubjectPublicKeyInfo.
+    std::string rsaOnlyPublicKey;     ///< "BEGIN RSA PUBLIC KEY".
+    std::string ellipticPublicKey;    ///< SubjectPublicKeyInfo, but of another kind of key.
+};
+const TestKeys& testKeys();
+
+inline std::span<const std::uint8_t> bytesOf(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+}  // namespace quillmore::tests
