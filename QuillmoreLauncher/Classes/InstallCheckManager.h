@@ -1,0 +1,112 @@
+// Decides whether everything that the client needs is installed, shows the window that says so, and
+// runs the repair. One shared instance for the life of the process. Everything runs on the main
+// thread but runSelfRepairThread and what it calls: that thread only reads the catalogue and the
+// statuses, which stay as they are while the progress sheet is up, and hands over to the main
+// thread by queued work.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "QuillmoreLauncher/Classes/InstallCheckOutlets.h"
+#include "QuillmoreLauncher/Classes/InstallCheckState.h"
+
+namespace quillmore {
+
+class InstallCheckManager : private InstallCheckState, private InstallCheckOutlets {
+public:
+    static InstallCheckManager& sharedManager();
+    /// Loads the interface, then the catalogue: the resource "RequiredItems.plist".
+    InstallCheckManager();
+
+    const InstallCheckState& state() const { return *this; }
+    const InstallCheckOutlets& outlets() const { return *this; }
+
+    // Status. Each rule `updateRequiredItemStatus...:atIndex:` may replace the "OK" at the index;
+    // an index without a status raises NSRangeException.
+    /// True: nothing to repair. Otherwise the window has been shown.
+    bool checkForRequiredItems();
+    void updateStatus();
+    void updateRequiredItemStatusCoreApp(const RequiredItem& item, std::int32_t atIndex);
+    void updateRequiredItemStatusFramework(const RequiredItem& item, std::int32_t atIndex);
+    void updateRequiredItemStatusBundle(const RequiredItem& item, std::int32_t atIndex);
+    void updateRequiredItemStatusTool(const RequiredItem& item, std::int32_t atIndex);
+    void updateRequiredItemStatusToolRoot(const RequiredItem& item, std::int32_t atIndex);
+    void updateRequiredItemStatusFinderCM(const RequiredItem& item, std::int32_t atIndex);
+    void updateRequiredItemStatusFinderOverlayInsert(const RequiredItem& item,
+                                                     std::int32_t atIndex);
+    bool verifyCoreAppPermissions(const RequiredItem& item) const;
+    bool verifyQMToolPermissions(const RequiredItem& item) const;
+
+    // Version. False leaves the outputs alone, except where said otherwise.
+    using Text = std::optional<std::string>;
+    using Out = std::int32_t&;  ///< Set by the call.
+    /// `parseVersionString:major:minor:bugfix:`
+    bool parseVersionString(const Text& string, Out major, Out minor, Out bugfix) const;
+    /// `getBundleVersion:major:minor:bugfix:`: of what is installed.
+    bool getBundleVersion(const RequiredItem& item, Out major, Out minor, Out bugfix) const;
+    /// `getFrameworkVersion:major:minor:bugfix:`: of what is installed.
+    bool getFrameworkVersion(const RequiredItem& item, Out major, Out minor, Out bugfix) const;
+    /// `checkFrameworkVersion:major:minor:bugfix:`: true when the installed version will do.
+    bool checkFrameworkVersion(const RequiredItem& item, std::int32_t major, std::int32_t minor,
+                               std::int32_t bugfix) const;
+    /// `getMacOSXVersion:minor:bugfix:`: sets the parts up to the first that cannot be had.
+    bool getMacOSXVersion(Out major, Out minor, Out bugfix) const;
+    /// Both: true when the item is required on this system.
+    bool checkMaxMacOSXVersion(const RequiredItem& item) const;
+    bool checkMinMacOSXVersion(const RequiredItem& item) const;
+    std::string getMacClientVersionAsString() const;
+    /// `getVersionFromString:major:minor:build:revision:`: zeros for a text that is no version.
+    void getVersionFromString(const Text& string, Out major, Out minor, Out build,
+                              Out revision) const;
+    /// `getMacClientVersion:minor:build:revision:`
+    void getMacClientVersion(Out major, Out minor, Out build, Out revision) const;
+    /// Runs the installed tool and waits for it; raises what a launch raises.
+    bool doesToolNeedUpdate(const RequiredItem& item) const;
+    bool doesBundleNeedUpdate(const RequiredItem& item) const;
+
+    // Repair. Each repair answers true for success and for nothing to do. A missing key gives the
+    // resource folder itself.
+    std::string pathToRequiredItemInResources(const RequiredItem& item) const;
+    std::string pathToRequiredItemInstallerInResources(const RequiredItem& item) const;
+    std::string pathToRequiredItemSignatureInResources(const RequiredItem& item) const;
+    bool repairUpdateQM(const RequiredItem& item);
+    bool repairCoreApp(const RequiredItem& item);
+    bool repairQMTool(const RequiredItem& item);
+    bool repairQMToolRoot(const RequiredItem& item);
+    bool repairFramework(const RequiredItem& item);
+    bool repairBundle(const RequiredItem& item);
+    bool repairZIPArchiveItem(const RequiredItem& item);
+    bool areIntel_10_5FixesRequired() const;
+    bool installIntel_10_5_Fixes();
+    /// The body of the repair thread.
+    void runSelfRepairThread();
+    void _repairFailed();  ///< Asks the main thread for repairFailed. From any thread.
+    void repairFailed();
+    void bringWindowBackToFront();
+    void runQuillmore();
+
+    // Window.
+    void awakeFromNib();
+    void runSelfRepair();
+    void installButtonClick();
+    void dontInstallButtonClick();
+    void windowWillClose(const platform::Window& closing);
+    /// `sheetDidEnd:returnCode:contextInfo:`
+    void sheetDidEnd(platform::Window& sheet, std::int32_t returnCode, void* contextInfo);
+
+private:
+    void loadInterface();
+    void readCatalogue();
+    void setStatus(std::int32_t atIndex, const char* word);
+    void count(std::int32_t atIndex, const char* word);
+    void updateItem(const RequiredItem& item, std::int32_t atIndex);
+    bool hasStatus(const RequiredItem& item, const char* word) const;
+    bool isOutdated(const RequiredItem& item) const;
+    bool repairItem(const RequiredItem& item);
+    bool repairEverything();
+    std::string repairText() const;
+};
+
+}  // namespace quillmore

@@ -1,0 +1,13 @@
+// The edge of the program: start-up, then the main loop, with every exception caught and said.
+#pragma once
+
+#include "Platform/Application.h"
+
+namespace quillmore {
+
+/// Runs the delegate's start-up and the main loop. An exception at start-up is logged as text and
+/// shown to the user, then 1 is returned; one in a main-loop callback is logged and the loop goes
+/// on. Returns 0 when the loop has nothing left to show. Main thread only.
+int runLauncher(platform::ApplicationDelegate& delegate);
+
+}  // namespace quillmore

@@ -1,0 +1,263 @@
+// The repair thread's run, and its end on the main thread.
+#include "QuillmoreLauncher/Quillmore_LauncherAppDelegate.h"
+#include "tests/QuillmoreLauncher/Classes/SelfRepairFixture.h"
+
+namespace quillmore::tests {
+namespace {
+
+using platform::Dictionary;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// The run
+
+TEST_F(SelfRepair, UpdateToolComesFirstWhereverItStands) {
+    std::vector<std::string> seen;
+    services.authorization.onExecute = [&] { seen = services.processes.started; };
+    check({core(), updateTool()});
+    EXPECT_THAT(run(), ElementsAre("repaircore " + r("core")));
+    EXPECT_THAT(seen, IsEmpty());
+    EXPECT_EQ(services.authorization.calls.size(), 4U);
+}
+
+TEST_F(SelfRepair, UpdateToolIsReinstalledWhenItIsInOrder) {
+    installTool(kUpdateTool, kCurrentBanner, 04755);
+    check({updateTool()});
+    EXPECT_THAT(run(), IsEmpty());
+    EXPECT_EQ(services.authorization.calls.size(), 4U);
+}
+
+TEST_F(SelfRepair, UpdateToolIsRepairedOnceOnly) {
+    for (const char* type : {"QMTool", "QMToolRoot"}) {
+        platform::SharedInstanceBase::forgetAll();
+        services.authorization.calls.clear();
+        installTool(kUpdateTool, kOldBanner, 04755);
+        check({updateTool(type)});
+        EXPECT_THAT(run(), IsEmpty());
+        EXPECT_EQ(services.authorization.calls.size(), 4U);
+    }
+}
+
+TEST_F(SelfRepair, EveryItemIsRepairedInCatalogueOrder) {
+    Dictionary rootTool = tool("QMToolRoot");
+    rootTool["Resource"] = "root.zip";
+    check(
+        {zipItem("FinderOverlayInsert"), package(), tool(), core(), rootTool, zipItem("FinderCM")});
+    EXPECT_THAT(
+        run(), ElementsAre(
+                   "repairzipitem " + r("f.zip") + " " + r("f.sig") + " " + kPlugIn,
+                   "repairpackage " + r("fs.pkg"), "repairother " + r("t.zip") + " " + r("t.sig"),
+                   "repaircore " + r("core"), "repairotherroot " + r("root.zip") + " " + r("t.sig"),
+                   "repairzipitem " + r("f.zip") + " " + r("f.sig") + " " + kPlugIn));
+}
+
+TEST_F(SelfRepair, ItemsInOrderAreLeftAlone) {
+    services.makeResource("core", std::string("x"), 0755);
+    installTool(kTool);
+    installBundle(kFileSystem, "2.0.0");
+    installBundle(kPlugIn, "1.15.4");
+    check({core(), tool(), tool("QMToolRoot"), package(), package("Framework"), zipItem("FinderCM"),
+           zipItem("FinderOverlayInsert")});
+    EXPECT_THAT(run(), IsEmpty());
+    EXPECT_FALSE(reportsFailure());
+}
+
+TEST_F(SelfRepair, ItemsThatAreNotRequiredAreLeftAlone) {
+    services.system.setSystemVersion(10, 4, 0);
+    std::vector<Dictionary> items{zipItem("FinderOverlayInsert"), tool("QMToolRoot")};
+    for (Dictionary& item : items) item["MinMacOSX"] = "10.5";
+    items.push_back(zipItem("FinderCM"));
+    items.back()["MaxMacOSX"] = "10.3";
+    check(items);
+    EXPECT_THAT(state().requiredItemsStatusList,
+                ElementsAre("Not Required", "Not Required", "Not Required"));
+    EXPECT_THAT(run(), IsEmpty());
+}
+
+TEST_F(SelfRepair, PackagesWithoutInstallerAreSkipped) {
+    Dictionary bundle = package();
+    bundle.erase("Installer");
+    Dictionary framework = bundle;
+    framework["Type"] = "Framework";
+    check({bundle, framework, core()});
+    EXPECT_THAT(run(), ElementsAre("repaircore " + r("core")));
+}
+
+TEST_F(SelfRepair, FrameworksAreRepairedByNoRun) {
+    check({package("Framework")});
+    EXPECT_THAT(run(), IsEmpty());
+    EXPECT_FALSE(reportsFailure());
+}
+
+TEST_F(SelfRepair, EntriesOfOtherTypesAreSkipped) {
+    check({{{"Type", "Font"}, {"InstallPath", "/none"}, {"Installer", "x.pkg"}}});
+    EXPECT_THAT(run(), IsEmpty());
+}
+
+TEST_F(SelfRepair, PausesAfterTheUpdateToolAndBeforeTheEnd) {
+    check({});
+    run();
+    EXPECT_THAT(services.clock.sleeps(), ElementsAre(2, 2));
+}
+
+TEST_F(SelfRepair, FailedUpdateToolEndsTheRunBeforeAnythingElse) {
+    services.authorization.copyRightsStatus = platform::kAuthorizationCanceled;
+    check({core(), updateTool()});
+    EXPECT_THAT(run(), IsEmpty());
+    EXPECT_THAT(services.clock.sleeps(), IsEmpty());
+    EXPECT_TRUE(reportsFailure());
+}
+
+TEST_F(SelfRepair, FailedRepairEndsTheRunAtOnce) {
+    services.processes.teachCommand(std::string(kUpdateTool) + " repaircore " + r("core"),
+                                    {"", {false, 1}, {}});
+    check({tool(), core(), package()});
+    EXPECT_THAT(run(), ElementsAre("repairother " + r("t.zip") + " " + r("t.sig"),
+                                   "repaircore " + r("core")));
+    EXPECT_THAT(services.clock.sleeps(), ElementsAre(2));
+    EXPECT_TRUE(reportsFailure());
+}
+
+TEST_F(SelfRepair, InvalidBundleFailsTheRun) {
+    services.makeFolder(kFileSystem);
+    check({package(), core()});
+    EXPECT_THAT(run(), IsEmpty());
+    EXPECT_TRUE(reportsFailure());
+}
+
+// Fixes for Intel machines on 10.5
+
+class IntelFixes : public SelfRepair {
+protected:
+    IntelFixes() {
+        services.system.setSystemVersion(10, 5, 8);
+        services.system.setIntel();
+    }
+    std::string fixes() const {
+        return "repairintel10_5 " + r("Fixes10_5.zip") + " " + r("Fixes10_5.plist");
+    }
+};
+
+TEST_F(IntelFixes, AreAppliedAfterAllItems) {
+    check({core()});
+    EXPECT_THAT(run(), ElementsAre("repaircore " + r("core"), fixes()));
+    EXPECT_FALSE(reportsFailure());
+}
+
+TEST_F(IntelFixes, AreRequiredOnIntelWith105Only) {
+    EXPECT_TRUE(manager().areIntel_10_5FixesRequired());
+    for (const auto& [major, minor] : {std::pair(10, 6), std::pair(10, 4), std::pair(11, 5)}) {
+        services.system.setSystemVersion(major, minor, 0);
+        EXPECT_FALSE(manager().areIntel_10_5FixesRequired()) << major << "." << minor;
+    }
+}
+
+TEST_F(IntelFixes, AreNotRequiredOnAnotherOrUnknownArchitecture) {
+    services.system.selectors[platform::fourCharCode("sysa")] = 2;
+    EXPECT_FALSE(manager().areIntel_10_5FixesRequired());
+    services.system.selectors.erase(platform::fourCharCode("sysa"));
+    EXPECT_FALSE(manager().areIntel_10_5FixesRequired());
+}
+
+TEST_F(IntelFixes, AreNotRequiredOnAnUnknownSystem) {
+    services.system.selectors.erase(platform::fourCharCode("sys3"));
+    EXPECT_FALSE(manager().areIntel_10_5FixesRequired());
+}
+
+TEST_F(IntelFixes, FailureFailsTheRun) {
+    services.processes.teachCommand(std::string(kUpdateTool) + " " + fixes(), {"", {false, 1}, {}});
+    check({});
+    run();
+    EXPECT_THAT(services.clock.sleeps(), ElementsAre(2));
+    EXPECT_TRUE(reportsFailure());
+}
+
+TEST_F(IntelFixes, AreNotAppliedOn106) {
+    services.system.setSystemVersion(10, 6, 0);
+    check({});
+    EXPECT_THAT(run(), IsEmpty());
+}
+
+// The end of a run, on the main thread
+
+class EndOfRepair : public SelfRepair {
+protected:
+    EndOfRepair() { services.application.setDelegate(&delegate); }
+    FakeUserInterface& shown() { return services.userInterface; }
+    const InstallCheckOutlets& outlets() { return manager().outlets(); }
+    platform::Window* sheet() {
+        return const_cast<platform::Window*>(&outlets().repairProgressWindow);
+    }
+    void openSheet() { shown().openSheets[sheet()] = nullptr; }
+    void expectAlertSheet(const char* message) {
+        ASSERT_EQ(shown().alertSheets.size(), 1U);
+        const auto& [alert, window] = shown().alertSheets[0];
+        EXPECT_EQ(alert.messageText, message);
+        EXPECT_EQ(alert.informativeText, "RepairFailed");
+        ASSERT_EQ(alert.buttons.size(), 1U);
+        EXPECT_EQ(alert.buttons[0].title, "OK");
+        EXPECT_EQ(window, &outlets().checkWindow);
+    }
+    Quillmore_LauncherAppDelegate delegate;
+};
+
+TEST_F(EndOfRepair, SuccessIsHandedToTheMainThreadWithoutWaiting) {
+    makeCatalogue({});
+    manager().runSelfRepairThread();
+    EXPECT_EQ(services.application.queued(), 1U);
+    EXPECT_THROW(services.application.runMainQueue(), Termination);
+    EXPECT_EQ(services.workspace.launched.size(), 1U);
+}
+
+TEST_F(EndOfRepair, FailureIsHandedToTheMainThread) {
+    manager()._repairFailed();
+    EXPECT_THAT(shown().alertSheets, IsEmpty());
+    services.application.runMainQueue();
+    expectAlertSheet("RepairFailedTitle");
+}
+
+TEST_F(EndOfRepair, FailureEndsTheSheetAndSaysSo) {
+    openSheet();
+    manager().repairFailed();
+    EXPECT_THAT(shown().openSheets, IsEmpty());
+    expectAlertSheet("RepairFailedTitle");
+}
+
+TEST_F(EndOfRepair, SuccessEndsTheSheetAndLaunchesTheCore) {
+    openSheet();
+    EXPECT_THROW(manager().bringWindowBackToFront(), Termination);
+    EXPECT_THAT(shown().openSheets, IsEmpty());
+    EXPECT_FALSE(outlets().repairProgressIndicator.isAnimating());
+    EXPECT_EQ(services.workspace.launched.size(), 1U);
+    EXPECT_THAT(shown().alertSheets, IsEmpty());
+}
+
+TEST_F(EndOfRepair, ItemStillNotInOrderShowsTheWindowAgain) {
+    makeCatalogue({tool()});
+    openSheet();
+    manager().bringWindowBackToFront();
+    EXPECT_THAT(shown().presented, ElementsAre(&outlets().checkWindow));
+    EXPECT_EQ(outlets().checkText.stringValue(), "Info. Components: helpers\n");
+    EXPECT_THAT(services.workspace.launched, IsEmpty());
+}
+
+TEST_F(EndOfRepair, RunThatFindsSomethingMissingSaysSo) {
+    makeCatalogue({tool()});
+    manager().runQuillmore();
+    expectAlertSheet("RunFailedTitle");
+    EXPECT_THAT(services.workspace.launched, IsEmpty());
+}
+
+TEST_F(EndOfRepair, RunWithEverythingInOrderLaunchesTheCore) {
+    EXPECT_THROW(manager().runQuillmore(), Termination);
+    EXPECT_EQ(services.workspace.launched.size(), 1U);
+}
+
+TEST_F(EndOfRepair, WithoutADelegateTheApplicationJustTerminates) {
+    services.application.setDelegate(nullptr);
+    EXPECT_THROW(manager().bringWindowBackToFront(), Termination);
+    EXPECT_THAT(services.workspace.launched, IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillmore::tests

@@ -1,0 +1,57 @@
+#include "QuillmoreLauncher/Launcher.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/fakes/TestServices.h"
+
+namespace quillmore::tests {
+namespace {
+
+struct ScriptedDelegate final : platform::ApplicationDelegate {
+    std::function<void()> body;
+    void applicationDidFinishLaunching() override { body(); }
+};
+
+class LauncherTest : public testing::Test {
+protected:
+    TestServices services;
+    CapturedOutput output;
+    ScriptedDelegate delegate;
+};
+
+TEST_F(LauncherTest, StartsUpAndThenRunsTheMainLoop) {
+    delegate.body = [&] { EXPECT_EQ(services.application.delegate(), &delegate); };
+    EXPECT_EQ(runLauncher(delegate), 0);
+    EXPECT_EQ(services.userInterface.runs, 1);
+    EXPECT_TRUE(services.userInterface.alerts.empty());
+}
+
+TEST_F(LauncherTest, ExceptionAtStartUpIsLoggedShownAndGivesAFailureStatus) {
+    delegate.body = [] {
+        throw platform::Exception("Configuration Fault", "Invalid logging level 9");
+    };
+    EXPECT_EQ(runLauncher(delegate), 1);
+    EXPECT_NE(output.take().standardError.find("Configuration Fault (Invalid logging level 9)\n"),
+              std::string::npos);
+    ASSERT_EQ(services.userInterface.alerts.size(), 1U);
+    EXPECT_EQ(services.userInterface.alerts[0].messageText, "QuillmoreLauncher_StartFailed");
+    EXPECT_EQ(services.userInterface.alerts[0].informativeText,
+              "Configuration Fault (Invalid logging level 9)");
+    EXPECT_EQ(services.userInterface.alerts[0].buttons[0].title, "Quit");
+    EXPECT_EQ(services.userInterface.runs, 0);
+}
+
+TEST_F(LauncherTest, ExceptionInAMainLoopCallbackIsLoggedAndTheLoopGoesOn) {
+    delegate.body = [] {};
+    services.userInterface.onRun = [&] {
+        if (services.userInterface.runs == 1)
+            throw platform::Exception("NSGenericException", "callback failed");
+    };
+    EXPECT_EQ(runLauncher(delegate), 0);
+    EXPECT_EQ(services.userInterface.runs, 2);
+    EXPECT_NE(output.take().standardError.find("NSGenericException (callback failed)"),
+              std::string::npos);
+}
+
+}  // namespace
+}  // namespace quillmore::tests
