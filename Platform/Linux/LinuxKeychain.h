@@ -1,0 +1,53 @@
+// The keychain by the Secret Service: an item is found by its attributes "service" and "account".
+// Links no GLib; the module that does is opened on first use. Any thread.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+
+#include "Platform/Keychain.h"
+
+struct QuillmoreSecretModule;
+struct QuillmoreSecretRequest;
+
+namespace quillmore::platform {
+
+struct LinuxKeychainOptions {
+    std::string moduleFolder;  ///< Holds the secret module: the bundle's Contents/PlugIns.
+    /// Told why the Secret Service could not be used, one line; for the log. Holds no secret.
+    /// Called on the asking thread.
+    std::function<void(const std::string&)> report;
+};
+
+/// A locked keyring is unlocked by the user, who is asked by the desktop; one that stays locked is
+/// kKeychainInteractionNotAllowed. No bus, service or module: kKeychainNotAvailable. A service or
+/// account that is no UTF-8 or holds a zero: kKeychainBadParameter.
+class LinuxKeychain final : public Keychain {
+public:
+    explicit LinuxKeychain(LinuxKeychainOptions options) : options_(std::move(options)) {}
+
+    OSStatus findGenericPassword(const std::string& service, const std::string& account,
+                                 std::unique_ptr<KeychainItem>& item) override;
+    /// Into the default keyring, which the user is asked to make when there is none.
+    OSStatus addGenericPassword(const std::string& service, const std::string& account,
+                                std::string_view data) override;
+    OSStatus modifyContent(KeychainItem& item, std::string_view data) override;
+    OSStatus deleteItem(KeychainItem& item) override;
+    OSStatus copyData(KeychainItem& item, std::string& data) override;
+
+private:
+    struct Subject;
+    using Call =
+        std::function<std::int32_t(const QuillmoreSecretModule&, const QuillmoreSecretRequest&)>;
+    OSStatus perform(const Subject& subject, const Call& call);
+    OSStatus performOn(KeychainItem& item, const Call& call);
+    const QuillmoreSecretModule* module();
+    void report(const std::string& problem) const;
+
+    const LinuxKeychainOptions options_;
+    std::mutex mutex_;
+    const QuillmoreSecretModule* module_ = nullptr;  // never unloaded: GLib cannot be
+};
+
+}  // namespace quillmore::platform

@@ -1,0 +1,132 @@
+#include "Platform/Linux/LinuxAuthorization.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/fakes/FakeProcessSpawner.h"
+#include "tests/fakes/TestServices.h"
+
+namespace quillmore::tests {
+namespace {
+
+using platform::Authorization;
+using platform::kAuthorizationRightAdministrator;
+using platform::LinuxAuthorizationOptions;
+
+std::string readAll(int descriptor) {
+    std::string text;
+    char buffer[256];
+    ssize_t count = 0;
+    while ((count = ::read(descriptor, buffer, sizeof buffer)) > 0)
+        text.append(buffer, static_cast<std::size_t>(count));
+    return text;
+}
+
+class LinuxAuthorization : public testing::Test {
+protected:
+    LinuxAuthorizationOptions optionsOf(uid_t user) {
+        LinuxAuthorizationOptions options;
+        options.moduleFolder = "/nowhere";
+        options.effectiveUser = user;
+        options.report = [this](const std::string& problem) { problems.push_back(problem); };
+        return options;
+    }
+    void SetUp() override { ASSERT_EQ(root.create(reference), 0); }
+    platform::OSStatus grant() {
+        return root.copyRights(*reference, {kAuthorizationRightAdministrator}, 19);
+    }
+
+    std::vector<std::string> problems;
+    FakeProcessSpawner fake;
+    std::unique_ptr<platform::ProcessSpawner> spawner = platform::makePosixProcessSpawner();
+    platform::LinuxAuthorization root{*spawner, optionsOf(0)};
+    std::unique_ptr<platform::AuthorizationReference> reference;
+    platform::PrivilegedProcess started;
+};
+
+TEST_F(LinuxAuthorization, RootIsGrantedWithoutAskingPolkit) {
+    EXPECT_EQ(grant(), platform::kAuthorizationSuccess);
+    EXPECT_TRUE(problems.empty());
+}
+
+TEST_F(LinuxAuthorization, UnknownRightIsDeniedEvenToRoot) {
+    EXPECT_EQ(root.copyRights(*reference, {kAuthorizationRightAdministrator, "system.burn"}, 19),
+              platform::kAuthorizationDenied);
+    EXPECT_EQ(root.executeWithPrivileges(*reference, "/bin/true", {},
+                                         Authorization::Communications::none, started),
+              platform::kAuthorizationDenied);
+}
+
+TEST_F(LinuxAuthorization, NoRightsAreGrantedAndGiveNothing) {
+    EXPECT_EQ(root.copyRights(*reference, {}, 19), platform::kAuthorizationSuccess);
+    EXPECT_EQ(root.executeWithPrivileges(*reference, "/bin/true", {},
+                                         Authorization::Communications::none, started),
+              platform::kAuthorizationDenied);
+}
+
+TEST_F(LinuxAuthorization, MissingModuleIsAnInternalErrorAndReported) {
+    platform::LinuxAuthorization user{*spawner, optionsOf(1000)};
+    EXPECT_EQ(user.copyRights(*reference, {kAuthorizationRightAdministrator}, 19),
+              platform::kAuthorizationInternal);
+    EXPECT_THAT(problems,
+                testing::ElementsAre(testing::HasSubstr("/nowhere/libquillmore_polkit.so")));
+}
+
+TEST_F(LinuxAuthorization, RightOfOneReferenceIsNotThatOfAnother) {
+    ASSERT_EQ(grant(), 0);
+    std::unique_ptr<platform::AuthorizationReference> other;
+    ASSERT_EQ(root.create(other), 0);
+    EXPECT_EQ(root.executeWithPrivileges(*other, "/bin/true", {},
+                                         Authorization::Communications::none, started),
+              platform::kAuthorizationDenied);
+    root.free(std::move(other));
+}
+
+TEST_F(LinuxAuthorization, RootStartsTheToolDirectlyAndTheCallerWaits) {
+    ASSERT_EQ(grant(), 0);
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/sh", {"-c", "exit 126"},
+                                         Authorization::Communications::none, started),
+              0);
+    EXPECT_EQ(spawner->wait(started.process).value, 126);
+    EXPECT_FALSE(started.communicationsStream);
+}
+
+TEST_F(LinuxAuthorization, StreamIsTheToolsStandardOutput) {
+    ASSERT_EQ(grant(), 0);
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/echo", {"two words", "-x"},
+                                         Authorization::Communications::stream, started),
+              0);
+    EXPECT_EQ(readAll(started.communicationsStream.get()), "two words -x\n");
+    EXPECT_TRUE(spawner->wait(started.process).succeeded());
+}
+
+TEST_F(LinuxAuthorization, ToolThatCannotBeStartedIsAnExecuteFailure) {
+    ASSERT_EQ(grant(), 0);
+    EXPECT_EQ(root.executeWithPrivileges(*reference, "/nowhere/tool", {},
+                                         Authorization::Communications::stream, started),
+              platform::kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(started.process, 0);
+    EXPECT_FALSE(started.communicationsStream);
+}
+
+TEST_F(LinuxAuthorization, ToolPathMustBeAbsolute) {
+    platform::LinuxAuthorization recorded{fake, optionsOf(0)};
+    ASSERT_EQ(grant(), 0);
+    for (const char* path : {"", "tool", "--user"}) {
+        EXPECT_EQ(recorded.executeWithPrivileges(*reference, path, {},
+                                                 Authorization::Communications::none, started),
+                  platform::kAuthorizationToolExecuteFailure);
+    }
+    EXPECT_TRUE(fake.started.empty());
+}
+
+TEST_F(LinuxAuthorization, ForeignReferenceIsRefused) {
+    platform::AuthorizationReference foreign;
+    EXPECT_EQ(root.copyRights(foreign, {kAuthorizationRightAdministrator}, 19),
+              platform::kAuthorizationInternal);
+    EXPECT_EQ(root.executeWithPrivileges(foreign, "/bin/true", {},
+                                         Authorization::Communications::none, started),
+              platform::kAuthorizationDenied);
+}
+
+}  // namespace
+}  // namespace quillmore::tests

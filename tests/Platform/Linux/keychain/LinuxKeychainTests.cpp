@@ -1,0 +1,132 @@
+// The keychain through a stand-in for its module. Apart from the other tests, because a module that
+// was opened stays.
+#include "Platform/Linux/LinuxKeychain.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <fstream>
+
+namespace quillmore::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class LinuxKeychain : public testing::Test {
+protected:
+    LinuxKeychain() { use("fake"); }
+    ~LinuxKeychain() override { ::unsetenv("QUILLMORE_TEST_SECRET_ANSWER"); }
+
+    void use(const std::string& module) {
+        keychain = std::make_unique<platform::LinuxKeychain>(platform::LinuxKeychainOptions{
+            std::string(QUILLMORE_TEST_MODULES) + "/" + module,
+            [this](const std::string& problem) { problems.push_back(problem); }});
+    }
+    static void answer(const char* number) { ::setenv("QUILLMORE_TEST_SECRET_ANSWER", number, 1); }
+    platform::OSStatus find(const std::string& account = "jo") {
+        return keychain->findGenericPassword("S", account, item);
+    }
+    std::vector<std::string> problems;
+    std::unique_ptr<platform::Keychain> keychain;
+    std::unique_ptr<platform::KeychainItem> item;
+};
+
+TEST_F(LinuxKeychain, EveryAnswerHasItsStatus) {
+    const std::pair<const char*, platform::OSStatus> answers[] = {
+        {"0", 0},      {"1", -25300}, {"2", -25299}, {"3", -25308},
+        {"4", -25291}, {"5", -25304}, {"9", -25291}};
+    for (const auto& [number, status] : answers) {
+        answer(number);
+        EXPECT_EQ(find(), status) << number;
+        EXPECT_EQ(keychain->addGenericPassword("S", "jo", "x"), status) << number;
+    }
+}
+
+TEST_F(LinuxKeychain, CallsCarryServiceAccountItemAndData) {
+    answer("0");
+    ASSERT_EQ(find(), 0);
+    keychain->addGenericPassword("S", "al", std::string_view("data and more", 4));
+    keychain->modifyContent(*item, "new");
+    keychain->deleteItem(*item);
+    EXPECT_THAT(problems, ElementsAre("Secret Service: find <S> <jo> <>",
+                                      "Secret Service: add <S> <al> <> data",
+                                      "Secret Service: modify <S> <jo> <name> new",
+                                      "Secret Service: remove <S> <jo> <name>"));
+}
+
+TEST_F(LinuxKeychain, CopyReplacesTheDataOnSuccessOnly) {
+    answer("0");
+    ASSERT_EQ(find(), 0);
+    std::string data = "before";
+    answer("3");
+    EXPECT_EQ(keychain->copyData(*item, data), platform::kKeychainInteractionNotAllowed);
+    EXPECT_EQ(data, "before");
+    answer("0");
+    EXPECT_EQ(keychain->copyData(*item, data), 0);
+    EXPECT_EQ(data, std::string("a\0b", 3));
+}
+
+TEST_F(LinuxKeychain, ItemIsLeftAloneWhenNothingWasFound) {
+    answer("1");
+    find();
+    EXPECT_EQ(item, nullptr);
+}
+
+TEST_F(LinuxKeychain, TextThatCannotBeAnAttributeIsABadParameter) {
+    answer("0");
+    for (const std::string& bad : {std::string("a\0b", 3), std::string("\xFF")}) {
+        EXPECT_EQ(find(bad), platform::kKeychainBadParameter);
+        EXPECT_EQ(keychain->addGenericPassword(bad, "jo", "x"), platform::kKeychainBadParameter);
+    }
+    EXPECT_THAT(problems, testing::IsEmpty());
+}
+
+TEST_F(LinuxKeychain, ItemOfAnotherKeychainIsInvalid) {
+    platform::KeychainItem foreign;
+    std::string data;
+    EXPECT_EQ(keychain->modifyContent(foreign, "x"), platform::kKeychainInvalidItem);
+    EXPECT_EQ(keychain->deleteItem(foreign), platform::kKeychainInvalidItem);
+    EXPECT_EQ(keychain->copyData(foreign, data), platform::kKeychainInvalidItem);
+}
+
+TEST_F(LinuxKeychain, ModuleThatIsMissingOfAnotherVersionOrNoneIsNotAvailable) {
+    answer("0");
+    use("nowhere");
+    EXPECT_EQ(find(), platform::kKeychainNotAvailable);
+    EXPECT_THAT(problems, ElementsAre(HasSubstr("libquillmore_secret.so")));
+    for (const char* module : {"other_version", "no_module"}) {
+        problems.clear();
+        use(module);
+        EXPECT_EQ(find(), platform::kKeychainNotAvailable);
+        EXPECT_THAT(problems, ElementsAre(HasSubstr("is not of this version")));
+    }
+}
+
+TEST_F(LinuxKeychain, NobodyNeedsToBeToldOfProblems) {
+    platform::LinuxKeychain silent({"/nowhere", nullptr});
+    EXPECT_EQ(silent.findGenericPassword("S", "jo", item), platform::kKeychainNotAvailable);
+}
+
+bool isMapped(const std::string& text) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        if (line.find(text) != std::string::npos) return true;
+    return false;
+}
+
+TEST_F(LinuxKeychain, LibsecretIsMappedByTheFirstCallOnlyAndAMissingBusIsNotAvailable) {
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus", 1);
+    ::setenv("G_DEBUG", "fatal-warnings", 1);
+    use("real");
+    EXPECT_FALSE(isMapped("libglib"));
+    EXPECT_FALSE(isMapped("libsecret"));
+    EXPECT_EQ(find(), platform::kKeychainNotAvailable);
+    EXPECT_TRUE(isMapped("libsecret"));
+    EXPECT_THAT(problems, ElementsAre(HasSubstr("Could not connect")));
+    ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    ::unsetenv("G_DEBUG");
+}
+
+}  // namespace
+}  // namespace quillmore::tests

@@ -1,0 +1,53 @@
+// A polkit agent for one process, whose user closes every dialog at once, or never answers.
+// Arguments: the process; "wait" for the user who never answers. Writes "ready" when polkit knows
+// it and "asked" with every dialog; runs until it is killed.
+#define POLKIT_AGENT_I_KNOW_API_IS_SUBJECT_TO_CHANGE
+#include <polkitagent/polkitagent.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+typedef PolkitAgentListener TestListener;
+typedef PolkitAgentListenerClass TestListenerClass;
+G_DEFINE_TYPE(TestListener, test_listener, POLKIT_AGENT_TYPE_LISTENER)
+
+static gboolean answers = TRUE;
+
+static void initiate(PolkitAgentListener* listener, const gchar*, const gchar*, const gchar*,
+                     PolkitDetails*, const gchar*, GList*, GCancellable* cancellable,
+                     GAsyncReadyCallback callback, gpointer data) {
+    puts("asked");
+    fflush(stdout);
+    if (!answers) return;
+    GTask* task = g_task_new(listener, cancellable, callback, data);
+    g_task_return_new_error(task, POLKIT_ERROR, POLKIT_ERROR_CANCELLED, "the user closed it");
+    g_object_unref(task);
+}
+
+static gboolean finish(PolkitAgentListener*, GAsyncResult* result, GError** error) {
+    return g_task_propagate_boolean(G_TASK(result), error);
+}
+
+static void test_listener_init(TestListener*) {}
+static void test_listener_class_init(TestListenerClass* listenerClass) {
+    listenerClass->initiate_authentication = initiate;
+    listenerClass->initiate_authentication_finish = finish;
+}
+
+int main(int argumentCount, char** arguments) {
+    if (argumentCount < 2) return 2;
+    answers = argumentCount == 2;
+    GError* error = nullptr;
+    PolkitSubject* subject =
+        polkit_unix_process_new_for_owner(atoi(arguments[1]), 0, static_cast<gint>(getuid()));
+    auto* listener =
+        static_cast<PolkitAgentListener*>(g_object_new(test_listener_get_type(), nullptr));
+    if (polkit_agent_listener_register(listener, POLKIT_AGENT_REGISTER_FLAGS_NONE, subject, nullptr,
+                                       nullptr, &error) == nullptr) {
+        fprintf(stderr, "%s\n", error->message);
+        return 1;
+    }
+    puts("ready");
+    fflush(stdout);
+    g_main_loop_run(g_main_loop_new(nullptr, FALSE));
+}
