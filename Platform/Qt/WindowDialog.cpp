@@ -1,0 +1,42 @@
+#include "Platform/Qt/WindowDialog.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QLayout>
+#include <QScreen>
+#include <QStyle>
+#include <algorithm>
+
+namespace quillmore::platform {
+
+void WindowDialog::fit() {
+    if (layout() == nullptr) return;
+    layout()->invalidate();
+    layout()->activate();
+    const QRect room = screen()->availableGeometry();
+    const auto heightOf = [this](int width) {
+        return layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width)
+                                             : layout()->totalSizeHint().height();
+    };
+    int width = std::max(contentsWidth_, layout()->totalMinimumSize().width());
+    // A long text makes the window wider before it runs out of the screen.
+    while (heightOf(width) > room.height() && width < room.width()) width += room.width() / 8;
+    setFixedSize(width, std::max(heightOf(width), layout()->totalMinimumSize().height()));
+}
+
+void WindowDialog::centreOver(const QWidget* other) {
+    const QRect room = other != nullptr ? other->geometry() : screen()->availableGeometry();
+    QSize outer = frameGeometry().size();
+    // The first time the frame is not there yet: a title bar is the most of it.
+    if (other == nullptr && outer == size())
+        outer.rheight() += style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    QRect place(QPoint(), outer);
+    place.moveCenter(room.center());
+    move(place.topLeft());
+}
+
+void WindowDialog::closeEvent(QCloseEvent* event) {
+    event->setAccepted(closes_ && closes_());
+}
+
+}  // namespace quillmore::platform
