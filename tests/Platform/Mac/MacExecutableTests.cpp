@@ -1,0 +1,28 @@
+#include "Platform/SystemServices.h"
+
+#include <filesystem>
+
+#include "tests/Platform/Mac/AppleTest.h"
+#include "tests/Platform/TemporaryFiles.h"
+
+namespace quillmore::tests {
+namespace {
+
+class MacExecutable : public AppleTest {};
+
+TEST_F(MacExecutable, LinksOnTheWayAreResolved) {
+    const TemporaryFiles temporary;
+    temporary.makeFile("/Real.app/Quillmore", "program");
+    temporary.makeLink("/Link.app", "Real.app");
+    const std::string real = std::filesystem::canonical(temporary.host("/Real.app/Quillmore"));
+    apple::kernelDouble().executablePath = temporary.host("/Link.app/../Link.app/Quillmore");
+    EXPECT_EQ(platform::executablePathOfThisProcess(), real);
+}
+
+TEST_F(MacExecutable, ProgramThatIsGoneHasNoPath) {
+    apple::kernelDouble().executablePath = "/nowhere/Quillmore.app/Contents/MacOS/Quillmore";
+    EXPECT_EQ(platform::executablePathOfThisProcess(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace quillmore::tests
