@@ -1,0 +1,103 @@
+#include "UpdateTool/BundleInstallation.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "Platform/FileDescriptor.h"
+#include "UpdateTool/Caller.h"
+#include "UpdateTool/Failure.h"
+#include "UpdateTool/InstalledVersions.h"
+#include "UpdateTool/Packages.h"
+#include "UpdateTool/Paths.h"
+#include "UpdateTool/RunLock.h"
+#include "UpdateTool/Staging.h"
+#include "UpdateTool/Targets.h"
+#include "UpdateTool/TreeWriter.h"
+#include "UpdateTool/ZipArchives.h"
+
+namespace quillmore::updatetool {
+
+namespace {
+
+SplitPath requireInstallPath(const std::string& path, const Target& target) {
+    SplitPath split = splitPath(path);
+    if (std::count(target.folders.begin(), target.folders.end(), split.folder) == 0)
+        fail(EX_USAGE, "nothing may be installed at " + quoted(path));
+    requirePlainName(split.name);
+    if (sameFileName(split.name, kUpdateToolName) || sameFileName(split.name, kIntelFixesName))
+        fail(EX_USAGE, quoted(split.name) + " has a command of its own");
+    return split;
+}
+
+void installBundle(const Context& context, const std::string& command, const Arguments& arguments) {
+    const Target& target = targetOf(command);
+    const SplitPath place = requireInstallPath(arguments[2], target);
+    const Bytes archive =
+        readVerifiedPackage(context, arguments[0], arguments[1], {command, arguments[2]});
+    becomeRoot(context);
+    RunLock lock(context, RunLock::Missing::isMade);
+    Staging staging(context, lock, place.folder);
+    TreeWriter writer(context, staging.folder(), target);
+    const std::set<std::string> top = readZipArchive(
+        archive, TopLevel::oneFolder,
+        [&](const ArchiveEntry& entry, const ReadBlock& read) { writer.take(entry, read); });
+    writer.finish();
+    if (*top.begin() != place.name)
+        fail(EX_DATAERR,
+             "the archive holds " + quoted(*top.begin()) + ", not " + quoted(place.name));
+    requireNotOlder(versionOfBundle(staging.folder(), place.name),
+                    versionOfBundle(staging.target(), place.name), place.name);
+    staging.install(place.name, ReceiptChange::none);
+}
+
+/// The fixes are a folder of bundles, each with a version of its own.
+void requireFixesNotOlder(const std::set<std::string>& names, int staged, int productFolder) {
+    const platform::FileDescriptor installed(
+        ::openat(productFolder, kIntelFixesName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!installed) return;
+    for (const std::string& name : names)
+        requireNotOlder(versionOfBundle(staged, name), versionOfBundle(installed.get(), name),
+                        name);
+}
+
+}  // namespace
+
+void repairZipItem(const Context& context, const Arguments& arguments) {
+    installBundle(context, "repairzipitem", arguments);
+}
+
+void applyFullUpdate(const Context& context, const Arguments& arguments) {
+    if (!arguments[2].ends_with(".app"))
+        fail(EX_USAGE, quoted(arguments[2]) + " is not an application");
+    installBundle(context, "applyfullupdate", arguments);
+}
+
+void repairIntelFixes(const Context& context, const Arguments& arguments) {
+    const Target& target = targetOf("repairintel10_5");
+    const Bytes archive =
+        readVerifiedPackage(context, arguments[0], arguments[1], {target.command, kIntelFixesName});
+    becomeRoot(context);
+    RunLock lock(context, RunLock::Missing::isMade);
+    Staging staging(context, lock, target.folders.front());
+    // All of the archive lies in a folder of that name.
+    TreeWriter writer(context, staging.folder(), target);
+    ArchiveEntry fixes;
+    fixes.path = kIntelFixesName;
+    fixes.kind = ArchiveEntry::Kind::folder;
+    writer.take(fixes, [] { return std::string(); });
+    const std::set<std::string> top =
+        readZipArchive(archive, TopLevel::anything, [&](ArchiveEntry entry, const ReadBlock& read) {
+            entry.path = fixes.path + "/" + entry.path;
+            writer.take(entry, read);
+        });
+    writer.finish();
+    const platform::FileDescriptor staged(::openat(
+        staging.folder(), kIntelFixesName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!staged) failWithSystemError(EX_CANTCREAT, "cannot open the folder for the fixes");
+    requireFixesNotOlder(top, staged.get(), staging.target());
+    staging.install(kIntelFixesName, ReceiptChange::none);
+}
+
+}  // namespace quillmore::updatetool

@@ -1,0 +1,129 @@
+#include "UpdateTool/ProcessGuard.h"
+
+#include <fcntl.h>
+#include <openssl/crypto.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sysexits.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "UpdateTool/OwnProgram.h"
+#include "generated/PackagePublicKey.h"
+
+extern char** environ;
+
+namespace quillmore::updatetool {
+
+namespace {
+
+constexpr const char* kPath = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
+constexpr int kIgnoredSignals[] = {SIGHUP,  SIGINT,    SIGQUIT, SIGPIPE, SIGALRM,
+                                   SIGTERM, SIGTSTP,   SIGTTIN, SIGTTOU, SIGXCPU,
+                                   SIGXFSZ, SIGVTALRM, SIGPROF, SIGUSR1, SIGUSR2};
+constexpr rlim_t kDescriptorLimit = 256;
+
+void openStandardStreams() {
+    for (int stream = 0; stream <= 2; ++stream)
+        if (::fcntl(stream, F_GETFD) < 0 && errno == EBADF && ::open("/dev/null", O_RDWR) != stream)
+            ::_exit(EX_OSERR);
+}
+
+void emptyEnvironment() {
+    static char path[64];
+    std::copy_n(kPath, std::char_traits<char>::length(kPath) + 1, path);
+    static char* const only[] = {path, nullptr};
+    environ = const_cast<char**>(only);
+}
+
+void resetSignals() {
+    // The handlers before the mask: what the caller left pending must not end the process.
+    struct sigaction action {};
+    action.sa_handler = SIG_IGN;
+    for (const int signal : kIgnoredSignals) ::sigaction(signal, &action, nullptr);
+    action.sa_handler = SIG_DFL;
+    ::sigaction(SIGCHLD, &action, nullptr);
+    const itimerval off{};
+    ::setitimer(ITIMER_REAL, &off, nullptr);
+    ::setitimer(ITIMER_VIRTUAL, &off, nullptr);
+    ::setitimer(ITIMER_PROF, &off, nullptr);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// A limit is lifted altogether where root may do that, and else as far as it goes.
+struct Limit {
+    decltype(RLIMIT_CORE) resource;
+    const char* name;
+    rlim_t wanted;
+    rlim_t enough;
+};
+constexpr rlim_t kRoomEnough = rlim_t{8} << 30;
+constexpr Limit kLimits[] = {{RLIMIT_FSIZE, "file size", RLIM_INFINITY, kRoomEnough},
+                             {RLIMIT_CPU, "processor time", RLIM_INFINITY, 3600},
+                             {RLIMIT_AS, "memory", RLIM_INFINITY, kRoomEnough},
+                             {RLIMIT_DATA, "data", RLIM_INFINITY, kRoomEnough},
+                             {RLIMIT_NOFILE, "descriptors", kDescriptorLimit, kDescriptorLimit}};
+
+void liftLimits() {
+    const rlimit none{0, 0};
+    if (::setrlimit(RLIMIT_CORE, &none) != 0) ::_exit(EX_OSERR);
+    for (const Limit& limit : kLimits) {
+        const rlimit wanted{limit.wanted, limit.wanted};
+        if (::setrlimit(limit.resource, &wanted) == 0) continue;
+        rlimit present{};
+        if (::getrlimit(limit.resource, &present) != 0) continue;
+        present.rlim_cur = std::min(limit.wanted, present.rlim_max);
+        ::setrlimit(limit.resource, &present);
+    }
+    if (::getpriority(PRIO_PROCESS, 0) > 0) ::setpriority(PRIO_PROCESS, 0, 0);
+}
+
+void requireRoom() {
+    for (const Limit& limit : kLimits) {
+        rlimit present{};
+        if (::getrlimit(limit.resource, &present) == 0 && present.rlim_cur >= limit.enough)
+            continue;
+        char line[128];
+        const int size =
+            std::snprintf(line, sizeof line,
+                          "updateqm: the limit on %s is too low: raise it (ulimit)\n", limit.name);
+        if (::write(STDERR_FILENO, line, static_cast<std::size_t>(size)) < 0) ::_exit(EX_IOERR);
+        ::_exit(EX_OSERR);
+    }
+}
+
+}  // namespace
+
+void makeProcessSafe(int argumentCount) {
+    resetSignals();
+    liftLimits();  // before descriptors are opened: there may be room for none
+    openStandardStreams();
+    if (argumentCount < 1) ::_exit(EX_USAGE);
+    closeOtherDescriptors();
+    emptyEnvironment();
+    requireRoom();
+    ::umask(077);
+    if (::chdir("/") != 0) ::_exit(EX_OSERR);
+    if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) != 1) ::_exit(EX_OSERR);
+}
+
+Context programContext() {
+    Context context;
+    context.publicKey = kPackagePublicKey;
+    context.programPath = ownProgramPath();
+    context.callerUser = ::getuid();
+    context.callerGroup = ::getgid();
+    context.administrator = isAdministratorsRun(context.programPath);
+    context.trustedGroups = trustedGroups();
+    return context;
+}
+
+}  // namespace quillmore::updatetool

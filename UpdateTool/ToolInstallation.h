@@ -1,0 +1,20 @@
+// Commands that put a single signed tool file into the product folder.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "UpdateTool/Context.h"
+
+namespace quillmore::updatetool {
+
+using Arguments = std::vector<std::string>;
+
+/// "repair SIGNATURE": the running program itself, as updateqm, set-user-ID root.
+void repair(const Context& context, const Arguments& arguments);
+/// "repairother PACKAGE SIGNATURE": root's, 0755, under the package's own file name.
+void repairOther(const Context& context, const Arguments& arguments);
+/// "repairotherroot PACKAGE SIGNATURE": the same, set-user-ID root, with a receipt.
+void repairOtherRoot(const Context& context, const Arguments& arguments);
+
+}  // namespace quillmore::updatetool
