@@ -1,0 +1,72 @@
+# Front door of the project. CMake does the work; see CMakePresets.json for other kinds of build.
+
+JOBS ?= $(shell nproc)
+WARNINGS_ARE_ERRORS ?= ON
+configure = cmake --preset $(1) -DQUILLMORE_WARNINGS_ARE_ERRORS=$(WARNINGS_ARE_ERRORS) >/dev/null
+
+.DEFAULT_GOAL := help
+.PHONY: help setup build run test fuzz lint format bench screenshots clean
+
+help:
+	@echo "make run      build, then show the launcher at work on a private machine"
+	@echo "make test     build, then run every test"
+	@echo "make build    build/Quillmore.app, complete and runnable from anywhere"
+	@echo "make fuzz     feed the parsers anything, FUZZ_SECONDS (600) each"
+	@echo "make lint     formatting, layering and static analysis"
+	@echo "make format   format every source"
+	@echo "make bench    build for speed, then run the benchmarks"
+	@echo "make screenshots  docs/images: the windows in each state"
+	@echo "make clean    remove the build folder and the machine of make run"
+
+setup:
+	@Packaging/setup
+
+# The copy in build/ is a plain folder that can be carried away; what was changed in it by hand stays
+# until the build has something newer.
+build: setup
+	@$(call configure,dev)
+	@cmake --build build/dev --target bundle sample_finder -j$(JOBS)
+	@cp -Ru --preserve=mode,timestamps build/dev/Quillmore.app build/
+
+run: build
+	@Packaging/run
+
+test: build
+	@cmake --build build/dev -j$(JOBS)
+	@ctest --test-dir build/dev --output-on-failure -j2
+	@if $(has_fuzzer); then $(build_fuzz) && ctest --test-dir build/fuzz --output-on-failure -j2; \
+	else echo "fuzz targets skipped: no clang++ with libFuzzer"; fi
+
+# What is found is kept: crashes in build/fuzz/fuzz, inputs worth more tries in corpus/ there.
+FUZZ_SECONDS ?= 600
+has_fuzzer = echo 'extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }' | \
+	clang++ -fsanitize=fuzzer,address,undefined -x c++ - -o /dev/null 2>/dev/null
+build_fuzz = $(call configure,fuzz) && cmake --build build/fuzz -j$(JOBS)
+
+fuzz: setup
+	@$(build_fuzz)
+	@cd build/fuzz/fuzz && for target in *Fuzz; do echo "$$target"; "./$$target" -timeout=10 \
+	    -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=4096 corpus/$$target seeds/$$target || exit; done
+
+lint:
+	@Packaging/setup --lint
+	@lint/portable-rings
+	@lint/format-check
+	@$(call configure,dev)
+	@lint/tidy build/dev
+
+format:
+	@Packaging/setup --lint
+	@lint/sources | xargs clang-format -i
+
+bench: setup
+	@$(call configure,release)
+	@cmake --build build/release --target benchmarks -j$(JOBS)
+	@for program in build/release/bench/*_bench; do "$$program" || exit; done
+
+screenshots: build
+	@QUILLMORE_BUILD=$(CURDIR)/build/dev /usr/bin/python3 -B tests/e2e/window_pictures.py docs/images
+
+clean:
+	@if [ -e build/machine/.quillmore-machine ]; then Packaging/sandbox --remove build/machine; fi
+	rm -rf build

@@ -1,0 +1,204 @@
+"""The rig for attacks on the installed update tool. Each test is one class of attack and runs on a
+private machine of its own (Packaging/sandbox) with the real set-user-ID tool; what is called "the
+user" is a real unprivileged one (1000). A test says what must not be possible, does it, and looks.
+
+QUILLMORE_BUILD names the build folder (default: build/dev). Exit status 77: skipped, for the reason
+that is printed.
+"""
+import hashlib
+import os
+import pathlib
+import stat
+import subprocess
+import sys
+import unittest
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[3]
+BUILD = pathlib.Path(os.environ.get("QUILLMORE_BUILD", REPOSITORY / "build/dev")).resolve()
+SANDBOX = REPOSITORY / "Packaging/sandbox"
+SIGNPACKAGE = BUILD / "UpdateTool/signpackage"
+KEY = BUILD / "keys/private.pem"
+PYTHON = "/usr/bin/python3"
+INSIDE = "--inside"
+LONGEST = 120  # seconds; nothing comes near it unless it hangs
+
+USER = 1000
+HOME = "/home/user"
+PRODUCT = "/Library/Application Support/Quillmore"
+TOOL = f"{PRODUCT}/updateqm"
+STAGING = ".quillmore-staging"
+MENU_ITEMS = "/Library/Contextual Menu Items"
+LOG = "/var/log/updateqm.log"
+# The tool's own books come and go; everything else is looked at.
+BOOKS = {f"{PRODUCT}/.updateqm.lock", LOG, f"{LOG}.1"}
+
+
+class AttackTest(unittest.TestCase):
+    def run(self, result=None):
+        if INSIDE in sys.argv:
+            return super().run(result)
+        result.startTest(self)
+        finished = subprocess.run(
+            [SANDBOX, "--build", BUILD, "--policy", "off", "--no-finder", "--root", "--", PYTHON, "-B",
+             os.path.abspath(sys.argv[0]), INSIDE, self.id().split(".", 1)[1]],
+            env=dict(os.environ, QUILLMORE_BUILD=str(BUILD)), stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=LONGEST + 30, text=True)
+        if finished.returncode == 0:
+            result.addSuccess(self)
+        else:
+            failure = AssertionError(f"status {finished.returncode}\n{finished.stdout}")
+            result.addFailure(self, (AssertionError, failure, None))
+        result.stopTest(self)
+        return result
+
+    def setUp(self):
+        os.umask(0o022)
+        os.chdir("/")
+        self.install_tool()
+        self.write(f"{HOME}/tool", "#!/bin/sh\necho 'Quillmore Limited 2.0'\n")
+        self.sign(f"{HOME}/tool", "repairother", "tool")
+        self.install = ("repairother", f"{HOME}/tool", f"{HOME}/tool.sig")
+        self.before = self.state()
+
+    # What the distributor and the machine's administrator do.
+
+    def install_tool(self):
+        """As a repair does it: the carried tool installs itself."""
+        carried = BUILD / "UpdateTool/updateqm"
+        signature = "/root/updateqm.sig"
+        subprocess.run([SIGNPACKAGE, KEY, carried, signature, "repair", "updateqm"], check=True)
+        subprocess.run([carried, "repair", signature], check=True)
+        assert stat.S_IMODE(os.lstat(TOOL).st_mode) == 0o4755
+
+    def sign(self, path, *purpose, key=KEY, signature=None):
+        """PATH.sig, the user's like the package. Two files that nothing tells from a real pair."""
+        signature = signature or f"{path}.sig"
+        subprocess.run([SIGNPACKAGE, key, path, signature, *purpose], check=True)
+        os.chown(signature, USER, USER)
+        return signature
+
+    # What the user does.
+
+    def write(self, path, content, mode=0o755):
+        """A file of the user's."""
+        if isinstance(content, str):
+            content = content.encode()
+        pathlib.Path(path).write_bytes(content)
+        os.chmod(path, mode)
+        os.chown(path, USER, USER)
+        return path
+
+    def folder(self, path):
+        os.makedirs(path)
+        os.chown(path, USER, USER)
+        return path
+
+    def as_user(self, *command, **options):
+        """Runs to its end. An environment, open descriptors and so on are the user's choice."""
+        return subprocess.run(command, **self._options(options), timeout=LONGEST)
+
+    def start_as_user(self, *command, **options):
+        started = subprocess.Popen(command, **self._options(options))
+        self.addCleanup(started.wait)
+        self.addCleanup(started.kill)
+        return started
+
+    @staticmethod
+    def _options(options):
+        defaults = dict(user=USER, group=USER, extra_groups=[], env={}, cwd=HOME, text=True, errors="replace",
+                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        return {**defaults, **options}
+
+    def tool(self, *arguments, **options):
+        return self.as_user(TOOL, *arguments, **options)
+
+    def fork_as_user(self, work):
+        """A process of the user's that does `work` until the test ends."""
+        process = os.fork()
+        if process == 0:
+            try:
+                os.setgroups([])
+                os.setgid(USER)
+                os.setuid(USER)
+                while True:
+                    work()
+            finally:
+                os._exit(1)
+        self.addCleanup(os.waitpid, process, 0)
+        self.addCleanup(os.kill, process, 9)
+        return process
+
+    # What must be so afterwards.
+
+    def expect_refused(self, *arguments, status=range(64, 79), because="", **options):
+        """A clear line, a status of sysexits.h, and nothing changed."""
+        finished = self.tool(*arguments, **options)
+        self.assertIn(finished.returncode, status, finished.stderr)
+        self.assertRegex(finished.stderr, r"\Aupdateqm: [^\n]{1,4000}\n\Z")
+        self.assertIn(because, finished.stderr)
+        self.expect_unchanged()
+
+    def expect_installed(self, finished=None, content=None):
+        """The tool of `self.install` and nothing else."""
+        if finished is not None:
+            self.assertEqual((finished.returncode, finished.stderr), (0, ""))
+        after = self.state()
+        added = {path for path in after if path not in self.before}
+        self.assertEqual(added, {f"{PRODUCT}/tool"})
+        self.assertEqual({path: seen for path, seen in after.items() if path not in added}, self.before)
+        if content is not None:
+            self.assertEqual(pathlib.Path(f"{PRODUCT}/tool").read_text(encoding="utf-8"), content)
+        self.assertEqual(stat.S_IMODE(os.lstat(f"{PRODUCT}/tool").st_mode), 0o755)
+
+    def expect_unchanged(self):
+        self.assertEqual(self.state(), self.before)
+
+    def expect_works_still(self):
+        """Whatever was done to it, the next run does what it should."""
+        self.expect_installed(self.tool(*self.install))
+
+    def state(self):
+        """All that could be noticed of what the tool could have changed."""
+        seen = {}
+        for top in ("/Library", "/Applications", "/System", "/var/log", "/root", "/tmp"):
+            volume = os.lstat(top).st_dev if os.path.isdir(top) else None
+            for folder, names, files in os.walk(top):
+                # The repository is mounted into the machine, perhaps below one of these.
+                names[:] = [name for name in names if os.lstat(os.path.join(folder, name)).st_dev == volume]
+                for path in (os.path.join(folder, name) for name in names + files):
+                    if path not in BOOKS:
+                        seen[path] = _seen(path)
+        return seen
+
+
+def _seen(path):
+    status = os.lstat(path)
+    content = b""
+    if stat.S_ISREG(status.st_mode):
+        content = hashlib.sha256(pathlib.Path(path).read_bytes()).hexdigest()
+    elif stat.S_ISLNK(status.st_mode):
+        content = os.readlink(path)
+    return stat.filemode(status.st_mode), status.st_uid, status.st_gid, content
+
+
+def reason_to_skip():
+    for path in (SIGNPACKAGE, BUILD / "UpdateTool/updateqm", KEY):
+        if not path.exists():
+            return f"{path} is not built"
+    probe = subprocess.run([SANDBOX, "--build", BUILD, "--policy", "off", "--no-finder", "true"],
+                           stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+    if probe.returncode != 0:
+        return f"no private machine can be made here: {probe.stderr.strip()}"
+    return None
+
+
+def main():
+    if INSIDE in sys.argv:
+        suite = unittest.defaultTestLoader.loadTestsFromName(sys.argv[-1], sys.modules["__main__"])
+        result = unittest.TextTestRunner(stream=sys.stdout, verbosity=0).run(suite)
+        sys.exit(0 if result.wasSuccessful() and result.testsRun == 1 else 1)
+    reason = reason_to_skip()
+    if reason:
+        print("skipped:", reason)
+        sys.exit(77)
+    unittest.main(verbosity=2)

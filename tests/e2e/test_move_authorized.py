@@ -1,0 +1,146 @@
+"""The move with an administrator's rights, and the move from a volume."""
+import os
+import stat
+import subprocess
+import unittest
+
+import launcher
+from machine import BUNDLE
+from moving import (ASK, HOME_TRASH, MOVE, MoveTest, OFFER, PASSWORD, SOURCE, VOLUME_TRASH, give)
+from sandboxed import BUILD, main
+
+AGENT = BUILD / "tests/Platform/Linux/polkit_test_agent"
+FAILED = ("\nCould not move to Applications folder\n"
+          f'I am still at "{SOURCE}".\n')
+VOLUME = "/Volumes/Quillmore 1.15"
+
+
+class Granted(MoveTest):
+    policy = "grant"
+
+    def test_launcher_moves_where_no_copy_is_in_place(self):
+        self.put_launcher(SOURCE)
+        self.machine.remove(BUNDLE)
+        ended = self.launch(MOVE)
+        self.assertIn(ASK + OFFER + PASSWORD, ended.output)
+        self.assertEqual(ended.errors, "")
+        self.expect_restarted(ended)
+        self.assertFalse(os.path.exists(SOURCE))
+        self.assertTrue(os.path.exists(f"{HOME_TRASH}/files/Quillmore.app/Contents/Info.plist"))
+        self.assertEqual(os.stat("/Applications").st_uid, 0)
+
+    def test_older_copies_of_all_kinds_are_deleted(self):
+        self.put_launcher(SOURCE)
+        give(BUNDLE, 0)
+        self.mark_as_old(BUNDLE)
+        copies = self.put_older_copies(owner=0)
+        self.expect_restarted(self.launch(MOVE))
+        for path in copies:
+            self.assertFalse(os.path.lexists(path), path)
+        self.assertFalse(os.path.exists(f"{BUNDLE}/old"))
+        self.assertFalse(os.path.exists(VOLUME_TRASH))
+        self.assertEqual(os.listdir(f"{HOME_TRASH}/files"), ["Quillmore.app"])
+
+    def test_disk_that_fills_up_keeps_the_source_and_no_half_copy(self):
+        self.put_launcher(SOURCE)
+        self.mount_applications("256k")
+        os.makedirs(f"{BUNDLE}/Contents")
+        ended = self.launch(MOVE + "\n")
+        self.assertIn("\nCould not move to Applications folder\n"
+                      f'What was at "{BUNDLE}" has been removed.\n'
+                      f'I am still at "{SOURCE}".\n', ended.output)
+        self.assertIn("(ERR) Could not copy myself to /Applications with authorization\n", ended.errors)
+        self.assertEqual(os.listdir("/Applications"), [])
+        self.expect_went_on_from(SOURCE, ended)
+
+
+class Denied(MoveTest):
+    policy = "deny"
+
+    def test_refused_right_is_a_failure_and_changes_nothing(self):
+        self.put_launcher(SOURCE)
+        before = self.machine.state(BUNDLE)
+        ended = self.launch(MOVE + "\n")
+        self.assertIn(FAILED, ended.output)
+        self.assertEqual(ended.errors,
+                         "(ERR) Could not copy myself to /Applications with authorization\n")
+        self.assertEqual(self.machine.state(BUNDLE), before)
+        self.expect_went_on_from(SOURCE, ended)
+
+
+class Cancelled(MoveTest):
+    policy = "none"
+
+    def test_cancelled_password_is_no_failure(self):
+        self.put_launcher(SOURCE)
+        before = self.machine.state(BUNDLE)
+        running = self.machine.start("-StdioLogging", "verbose", bundle=SOURCE)
+        running.wait_for("> ")
+        with subprocess.Popen([AGENT, str(running.pid)], user=launcher.USER, group=launcher.USER,
+                              extra_groups=[], env=launcher.ENVIRONMENT, stdout=subprocess.PIPE,
+                              text=True) as agent:
+            self.assertEqual(agent.stdout.readline(), "ready\n")
+            running.answer(MOVE)
+            ended = running.end()
+            self.assertEqual(agent.stdout.readline(), "asked\n")
+            agent.kill()
+        self.assertIn("(vrb) Asking for authorisation...\n(vrb) Authorisation denied\n"
+                      "(nrm) Not moving because user canceled authorization\n", ended.output)
+        self.assertNotIn("Could not move", ended.output)
+        self.assertEqual(ended.errors, "")
+        self.assertEqual(self.machine.state(BUNDLE), before)
+        self.expect_went_on_from(SOURCE, ended)
+
+
+class Volume(MoveTest):
+    policy = "grant"
+    PLACE = f"{VOLUME}/Quillmore.app"
+
+    def mount(self, *options):
+        """A volume that its user may unmount, as the table of volumes says."""
+        os.makedirs(VOLUME)
+        table = "/run/machine/fstab"
+        with open(table, "w", encoding="utf-8") as file:
+            file.write("image " + VOLUME.replace(" ", "\\040") + " tmpfs noauto,users,exec 0 0\n")
+        subprocess.run(["mount", "--bind", table, "/etc/fstab"], check=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "image", VOLUME], check=True)
+        self.put_launcher(self.PLACE)
+        if options:
+            subprocess.run(["mount", "-o", ",".join(("remount", *options)), VOLUME], check=True)
+
+    def test_launcher_moves_from_a_read_only_volume_which_is_unmounted_afterwards(self):
+        self.mount("ro")
+        self.machine.remove(BUNDLE)
+        ended = self.launch(MOVE, self.PLACE)
+        self.assertIn(ASK + OFFER + PASSWORD, ended.output)
+        self.expect_restarted(ended)
+        self.assertFalse(os.path.exists(HOME_TRASH))
+        self.assertTrue(os.path.ismount(VOLUME))  # for another five seconds
+        if not os.stat("/usr/bin/umount").st_mode & stat.S_ISUID or os.stat("/usr/bin/umount").st_uid:
+            raise unittest.SkipTest("no umount here that a user may use")
+        launcher.wait_until(lambda: not os.path.ismount(VOLUME), "the end of the volume")
+
+    def test_launcher_on_a_read_only_volume_can_replace_a_writable_copy(self):
+        self.mount("ro")
+        self.open_applications()
+        self.mark_as_old(BUNDLE)
+        ended = self.launch(MOVE, self.PLACE)
+        self.assertIn(ASK + OFFER + "\n", ended.output)
+        self.expect_restarted(ended)
+        self.expect_is_old(f"{VOLUME_TRASH}/files/Quillmore.app")
+        self.assertTrue(os.path.exists(f"{self.PLACE}/Contents/Info.plist"))
+
+    def test_launcher_on_a_writable_volume_goes_to_the_trash_of_the_volume(self):
+        self.mount()
+        give(VOLUME, launcher.USER)
+        self.open_applications()
+        self.expect_restarted(self.launch(MOVE, self.PLACE))
+        self.assertFalse(os.path.exists(self.PLACE))
+        trash = f"{VOLUME}/.Trash-{launcher.USER}"
+        self.assertTrue(os.path.exists(f"{trash}/files/Quillmore.app/Contents/Info.plist"))
+        with open(f"{trash}/info/Quillmore.app.trashinfo", encoding="utf-8") as file:
+            self.assertIn("\nPath=Quillmore.app\n", file.read())
+
+
+if __name__ == "__main__":
+    main()
