@@ -7,7 +7,11 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <string>
+#include <thread>
 
 #include "Platform/ProcessSpawner.h"
 #include "Platform/Task.h"
@@ -31,6 +35,34 @@ public:
 private:
     platform::Pipe pipe_;
 };
+
+/// Every other thread of this process waits for something; always so where the system does not
+/// tell.
+inline bool otherThreadsSleep() {
+    const std::filesystem::path threads = "/proc/self/task";
+    if (!std::filesystem::exists(threads)) return true;
+    const std::string own = std::filesystem::read_symlink("/proc/thread-self").filename();
+    for (const auto& thread : std::filesystem::directory_iterator(threads)) {
+        if (thread.path().filename() == own) continue;
+        std::string text;
+        std::getline(std::ifstream(thread.path() / "stat"), text);
+        // "NUMBER (NAME) STATE ...", and the name may be anything.
+        const std::size_t end = text.rfind(')');
+        if (end == std::string::npos || text.substr(end, 3) != ") S") return false;
+    }
+    return true;
+}
+
+/// For a process that watches its termination signals.
+inline void signalSelf(int number) {
+    ::kill(::getpid(), number);
+    // Until the waiting thread has taken it, and sleeps again because it may not handle it yet.
+    sigset_t pending;
+    do {
+        std::this_thread::yield();
+        ::sigpending(&pending);
+    } while (::sigismember(&pending, number) == 1 || !otherThreadsSleep());
+}
 
 class ForkedProcess {
 public:

@@ -27,17 +27,6 @@ void say(Pipe& pipe, const std::string& text) {
     [[maybe_unused]] const auto count = ::write(pipe.writeEnd().get(), text.data(), text.size());
 }
 
-void signalSelf(int number) {
-    ::kill(::getpid(), number);
-    // Until the waiting thread has taken it; then it gets every chance to handle it too early.
-    sigset_t pending;
-    do {
-        std::this_thread::yield();
-        ::sigpending(&pending);
-    } while (::sigismember(&pending, number) == 1);
-    for (int count = 0; count < 1000; ++count) std::this_thread::yield();
-}
-
 [[noreturn]] void waitForTheEnd() {
     for (;;) ::pause();
 }
