@@ -81,9 +81,13 @@ TEST(BrandingLogoWithoutPictures, ViewsKeepWhatTheyHave) {
     platform::ImageView imageView("logo");
     services.makeFile("/a.bmp", bitmapFile(3, 3));
     imageView.setImage(platform::Image::fromFile(services.files, "/a.bmp"));
+    QuillmoreHeaderView headerView("header");
+    headerView.setLogoImage(imageView.image());
     BrandingManager::sharedManager().setBrandedLogoImage(imageView);
+    BrandingManager::sharedManager().setHeaderViewBrandedLogoImage(headerView);
     ASSERT_NE(imageView.image(), nullptr);
     EXPECT_EQ(imageView.image()->size().width, 3);
+    EXPECT_EQ(headerView.logo(), imageView.image());
 }
 
 }  // namespace

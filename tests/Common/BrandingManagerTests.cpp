@@ -103,6 +103,16 @@ TEST_F(Branding, EarlierPlaceholderInsideALaterNameStays) {
     EXPECT_EQ(QMLocalizedString("Text"), "B of {#ProductName#}");
 }
 
+TEST_F(Branding, PlaceholdersAreReplacedInTheOrderOfTheNames) {
+    useTable({{"ProductName", "1{#SarvelProduct#}"},
+              {"SarvelProduct", "2{#BackupProduct#}"},
+              {"BackupProduct", "3{#TeamFolderProduct#}"},
+              {"TeamFolderProduct", "4{#TeamFoldersProduct#}"},
+              {"TeamFoldersProduct", "5{#ProductName#}"},
+              {"Text", "{#ProductName#}"}});
+    EXPECT_EQ(QMLocalizedString("Text"), "12345{#ProductName#}");
+}
+
 TEST_F(Branding, PlaceholderInsideItsOwnNameStays) {
     useTable({{"ProductName", "new {#ProductName#}"}, {"Text", "{#ProductName#}"}});
     EXPECT_EQ(QMLocalizedString("Text"), "new {#ProductName#}");
@@ -191,6 +201,19 @@ TEST_F(Branding, WordsAreStrippedOneAfterTheOther) {
     useTable({{"ProductName", "x"}, {"SarvelProduct", "ab"}, {"Open_Title", "neutral"}});
     EXPECT_EQ(stripped("aOxpenxb", "Title"), "Title");
     EXPECT_EQ(stripped("axbOpen", "Title"), "neutral");
+}
+
+TEST_F(Branding, WordsBlanksAndSlashLettersAreStrippedInThisOrder) {
+    // Each word, and each mark after the words, comes to light when the one before it is gone.
+    useTable({{"ProductName", "1"},
+              {"SarvelProduct", "23"},
+              {"BackupProduct", "45"},
+              {"TeamFolderProduct", "67"},
+              {"TeamFoldersProduct", "8 9"},
+              {"Open_Title", "neutral"}});
+    EXPECT_EQ(stripped("8 64213579Open", "Title"), "neutral");
+    EXPECT_EQ(stripped("/ nOpen", "Title"), "neutral");
+    EXPECT_EQ(stripped("//nrOpen", "Title"), "neutral");
 }
 
 TEST_F(Branding, EmptyNameStripsNothing) {

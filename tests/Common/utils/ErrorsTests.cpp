@@ -152,6 +152,13 @@ TEST_F(Errors, TextOfAChainGoesFromTheNewestToTheFirstCause) {
               "    Fault (A)");
 }
 
+TEST_F(Errors, TextOfAChainKeepsTheCarriageReturnsOfItsCauses) {
+    EXPECT_EQ(errorExceptionToString(prepareException(Exception("Fault", "a\r\nb"), "c\r\nd")),
+              "Fault (c\nd)\n"
+              "  Because:\n"
+              "  Fault (a\r\nb)");
+}
+
 TEST_F(Errors, ExceptionIsLoggedAsAnError) {
     CapturedOutput captured;
     logErrorException(prepareException(Exception("Fault", "100%"), "B %@", "%d"));

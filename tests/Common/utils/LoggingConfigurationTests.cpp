@@ -87,6 +87,10 @@ TEST_F(LoggingConfiguration, NumberOutsideTheLevelsIsAFault) {
     expectConfigurationFault([] { loggingLevelStrStdio(); }, "Invalid logging level 12");
 }
 
+TEST_F(LoggingConfiguration, NumberOfALevelIsPrintedAsASignedOne) {
+    expectConfigurationFault([] { _loggingLevelToString(0xFFFFFFFF); }, "Invalid logging level -1");
+}
+
 TEST_F(LoggingConfiguration, CapitalisedFileLevelIsRejected) {
     expectConfigurationFault([] { configure("Verbose", "normal"); },
                              "Invalid file logging level \"Verbose\"");
@@ -157,6 +161,31 @@ TEST_F(LoggingConfiguration, ProcessNameIsTakenAtConfiguration) {
     EXPECT_THAT(logFile(), HasSubstr(" Renamed[" + std::to_string(::getpid()) + "] (nrm)"));
 }
 
+TEST_F(LoggingConfiguration, ProcessNameIsTakenBeforeTheLevelsAreAnnounced) {
+    CapturedOutput captured;
+    configureTerminal("verbose");
+    captured.take();
+    services.set.processName = "Renamed";
+    configureTerminal("verbose");
+    EXPECT_THAT(captured.take().standardOutput,
+                HasSubstr(" Renamed[" + std::to_string(::getpid()) + "] (vrb)"));
+}
+
+TEST_F(LoggingConfiguration, ProcessNameIsTakenWithEveryChangeOfTheFile) {
+    configure("normal", "error");
+    services.set.processName = "Renamed";
+    _initLogging("/tmp/second.log");
+    logNormal("line");
+    EXPECT_THAT(services.read("/tmp/second.log"),
+                HasSubstr(" Renamed[" + std::to_string(::getpid()) + "] (nrm)"));
+}
+
+TEST_F(LoggingConfiguration, LogFolderIsMadeBeforeTheLevelWordsAreRead) {
+    EXPECT_THROW(configure("loud", "normal"), platform::Exception);
+    EXPECT_TRUE(services.exists(kLogFolder));
+    EXPECT_FALSE(services.exists(kLogFile));
+}
+
 TEST_F(LoggingConfiguration, FileThatCannotBeOpenedIsAFault) {
     services.makeFolder("/tmp/folder.log");
     expectConfigurationFault([] { initLogging2("normal", "error", "/tmp/folder.log"); },
@@ -167,6 +196,7 @@ TEST_F(LoggingConfiguration, FailedOpenLeavesNoFileOpen) {
     configure("normal", "normal");
     services.makeFolder("/tmp/folder.log");
     EXPECT_THROW(_initLogging("/tmp/folder.log"), platform::Exception);
+    EXPECT_EQ(getLogFilePath(), "/tmp/folder.log") << "the path is remembered before the open";
     CapturedOutput captured;
     logNormal("terminal only");
     EXPECT_EQ(captured.take().standardOutput, line("(nrm)", "terminal only"));

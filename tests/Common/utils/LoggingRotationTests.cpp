@@ -145,13 +145,15 @@ TEST_F(LoggingRotation, FailureToOpenTheFreshFileEscapesFromTheLoggingCall) {
 }
 
 TEST_F(LoggingRotation, FolderThatCannotBeMadeAgainRaisesOnEveryLine) {
-    configure("normal", "error");
+    CapturedOutput captured;
+    configure("normal", "normal");
     setLength(kLogFile, kLimit);
     std::filesystem::rename(services.host("/Users/jo/Library/Logs"), services.host("/tmp/moved"));
     services.makeFile("/Users/jo/Library/Logs", "a plain file");
     EXPECT_THROW(logNormal("crossing"), platform::Exception);
     EXPECT_THROW(logNormal("crossing"), platform::Exception);
     EXPECT_THAT(tail("/tmp/moved/P/P/P-2011-01-01-130405.log", 20), EndsWith("crossing\n"));
+    EXPECT_EQ(captured.take().standardOutput, "") << "the terminal's turn comes after the file's";
 }
 
 using LoggingRotationDeathTest = LoggingRotation;

@@ -4,6 +4,7 @@
 #include <map>
 #include <thread>
 
+#include "Common/utils/LogDates.h"
 #include "tests/Common/LogTest.h"
 
 namespace quillmore::tests {
@@ -50,6 +51,17 @@ TEST_F(LoggingThreads, ConfigurationAndQueriesMayRunBesideLogging) {
     const auto counts = countedMessages(
         messages(logFile() + services.read("/tmp/even.log") + services.read("/tmp/odd.log")));
     EXPECT_EQ(counts, (std::map<std::string, int>{{"line", 500}}));
+}
+
+TEST_F(LoggingThreads, DateFormattersAreThoseOfTheWholeProcess) {
+    const DateFormatter* ofLines = nullptr;
+    const DateFormatter* ofFileNames = nullptr;
+    std::thread([&] {
+        ofLines = &__dateFormatterForCurrentThread();
+        ofFileNames = &dateFormatterForLogFileName();
+    }).join();
+    EXPECT_EQ(ofLines, &__dateFormatterForCurrentThread());
+    EXPECT_EQ(ofFileNames, &dateFormatterForLogFileName());
 }
 
 /// Runs `body` in a process of its own.

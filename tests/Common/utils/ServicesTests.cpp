@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <regex>
@@ -208,6 +209,13 @@ TEST_F(SameMachine, RealLookupsAreUsed) {
     EXPECT_TRUE(areHostnamesSameMachine("10.1.2.3", "10.1.2.3"));
     EXPECT_TRUE(areHostnamesSameMachine("10.1.2.3", "10.1.515"));
     EXPECT_FALSE(areHostnamesSameMachine("10.1.2.3", "10.1.2.4"));
+}
+
+TEST_F(SameMachine, LocalhostIsTheLoopbackAddressWhereTheResolverSaysSo) {
+    const Addresses local = ipAddressesFromHostname("localhost");
+    if (std::count(local.begin(), local.end(), "127.0.0.1") == 0)
+        GTEST_SKIP() << "the resolver knows no localhost at 127.0.0.1";
+    EXPECT_TRUE(areHostnamesSameMachine("localhost", "127.0.0.1"));
 }
 
 TEST(UuidString, IsCanonicalRandomAndUpperCase) {
