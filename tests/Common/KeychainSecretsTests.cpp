@@ -1,16 +1,13 @@
 // Secrets leave no trace: not in the log at any level, not in the memory of the process.
-#include <fcntl.h>
-
 #include <array>
-#include <fstream>
 
 #include "Common/KeyList.h"
 #include "Common/KeychainManager.h"
 #include "Common/UserManager.h"
-#include "Platform/FileDescriptor.h"
 #include "Platform/SecretMemory.h"
 #include "QuillmoreCore/Classes/Utilities/JSONEncoder.h"
 #include "tests/Common/LogTest.h"
+#include "tests/fakes/HiddenText.h"
 
 namespace quillmore::tests {
 namespace {
@@ -54,6 +51,7 @@ TEST(SecretMemory, SecretsAreOnTheHeapHoweverShort) {
 /// A keychain that keeps its data unrecognisable, so that what is found in memory is not its own.
 class VeiledKeychain final : public platform::Keychain {
 public:
+    platform::OSStatus writeStatus = 0;
     platform::OSStatus findGenericPassword(const std::string& service, const std::string&,
                                            std::unique_ptr<platform::KeychainItem>& item) override {
         if (data_.empty() || service != "ProductName") return platform::kKeychainItemNotFound;
@@ -62,6 +60,7 @@ public:
     }
     platform::OSStatus addGenericPassword(const std::string&, const std::string&,
                                           std::string_view data) override {
+        if (writeStatus != 0) return writeStatus;
         data_.clear();
         for (const char byte : data) data_ += static_cast<char>(~byte);
         return 0;
@@ -80,68 +79,28 @@ private:
     std::string data_;
 };
 
-/// A text that the test can say without having it in memory. The number tells secrets apart.
-struct Secret {
-    std::size_t length;
-    unsigned number;
-    char letter(std::size_t index) const {
-        return static_cast<char>('A' + (index * 7 + number * 11 + index * index % 5) % 26);
-    }
-    std::string text() const {
-        std::string text = platform::makeSecret(length);
-        for (std::size_t i = 0; i < length; ++i) text += letter(i);
-        return text;
-    }
-    bool isAt(const char* bytes) const {
-        for (std::size_t i = 0; i < length; ++i)
-            if (bytes[i] != letter(i)) return false;
-        return true;
-    }
-};
-
-/// Places in the writable memory of this process that hold the secret.
-int copiesInMemory(const Secret& secret) {
-    const platform::FileDescriptor memory(::open("/proc/self/mem", O_RDONLY | O_CLOEXEC));
-    std::vector<std::pair<unsigned long, unsigned long>> ranges;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        unsigned long from = 0;
-        unsigned long to = 0;
-        if (line.find(" rw") != std::string::npos &&
-            std::sscanf(line.c_str(), "%lx-%lx", &from, &to) == 2 && to - from < (1UL << 30))
-            ranges.emplace_back(from, to);
-    }
-    static std::array<char, 4096> page;  // one page at a time: its own copy would be found
-    int found = 0;
-    for (const auto& [from, to] : ranges) {
-        for (unsigned long at = from; at < to; at += page.size()) {
-            const ssize_t count =
-                ::pread(memory.get(), page.data(), page.size(), static_cast<off_t>(at));
-            const auto* const own = reinterpret_cast<const char*>(at);
-            if (count != ssize_t{page.size()} ||
-                (own < page.data() + page.size() && page.data() < own + page.size()))
-                continue;
-            for (std::size_t i = 0; i + secret.length <= page.size(); ++i)
-                if (secret.isAt(page.data() + i)) ++found;
-        }
-        page.fill(0);
-    }
-    return found;
+/// Does the work far down the stack, where what it leaves is not written over by the search.
+template <class Work>
+[[gnu::noinline]] void deepDown(const Work& work) {
+    std::array<char, 1 << 16> room;
+    char* volatile keep = room.data();
+    static_cast<void>(keep);
+    work();
 }
 
 class KeychainSecrets : public LogTest {
 protected:
     /// Everything that touches a password and an encryption key, the wiping of the caller's own
-    /// texts included.
-    void useSecrets(const Secret& password, const Secret& key) {
-        const Wiped<std::string> heldPassword(password.text());
-        const Wiped<std::string> heldKey(key.text());
-        const Wiped<KeychainManager::Text> givenPassword(
-            KeychainManager::Text(platform::makeSecret(std::string_view(*heldPassword))));
-        const Wiped<KeychainManager::Text> givenKey(
-            KeychainManager::Text(platform::makeSecret(std::string_view(*heldKey))));
-        EXPECT_EQ(manager.savePassword(*givenPassword, "jo", &keep),
-                  services.keychain.modifyStatus == 0);
+    /// texts included. Whether the password was saved.
+    bool useSecrets(const HiddenText& password, const HiddenText& key) {
+        bool saved = false;
+        deepDown([&] { saved = useSecretsHere(password, key); });
+        return saved;
+    }
+    bool useSecretsHere(const HiddenText& password, const HiddenText& key) {
+        const Wiped<KeychainManager::Text> givenPassword{KeychainManager::Text(password.text())};
+        const Wiped<KeychainManager::Text> givenKey{KeychainManager::Text(key.text())};
+        const bool saved = manager.savePassword(*givenPassword, "jo", &keep);
         manager.saveEncryptionKey(*givenKey, "jo");
         manager.setSkipAuth(true, "jo");
         const Wiped<KeychainManager::Text> read(manager.getPasswordForUser("jo", nullptr));
@@ -149,46 +108,90 @@ protected:
         const Wiped<KeychainManager::Text> encoded(KeychainManager::encryptString(*givenPassword));
         const Wiped<KeychainManager::Text> decoded(KeychainManager::decryptString(*encoded));
         EXPECT_TRUE(*decoded == *givenPassword);
+        const Wiped<Value> setting{Value(password.text())};
+        UserManager().setObject(*setting, kUserPassword, "jo");
+        const Wiped<std::optional<Value>> readSetting(
+            UserManager().objectForKey(kUserPassword, "jo"));
+        const Wiped<std::optional<Value>> readKeySetting(
+            UserManager().objectForKeyAsString(kUserState, "jo"));
+        EXPECT_TRUE(!saved || (*readSetting == *setting && readKeySetting->has_value()));
+        return saved;
     }
     const bool keep = true;
     KeychainManager manager;
 };
 
 TEST_F(KeychainSecrets, NoCopyStaysInMemory) {
-    if (::access("/proc/self/mem", R_OK) != 0) GTEST_SKIP() << "no /proc/self/mem to search";
+    if (!HiddenText::canBeSearchedFor()) GTEST_SKIP() << "no /proc/self/mem to search";
     VeiledKeychain veiled;
     services.set.keychain = &veiled;
-    const Secret password{40, 3};
-    const Secret key{64, 5};
+    const HiddenText password{40, 3};
+    const HiddenText key{64, 5};
     {
-        const Wiped<std::string> held(password.text());
-        EXPECT_GT(copiesInMemory(password), 0) << "the search finds what is there";
+        Wiped<std::string> held(password.text());
+        EXPECT_GT(password.copiesInMemory(), 0) << "the search finds what is there";
+        const Wiped<std::u16string> wide(std::u16string(held->begin(), held->end()));
+        platform::wipe(*held);
+        EXPECT_GT(password.copiesInMemory(), 0) << "in both widths";
     }
-    useSecrets(password, key);
-    EXPECT_EQ(copiesInMemory(password), 0);
-    EXPECT_EQ(copiesInMemory(key), 0);
+    EXPECT_TRUE(useSecrets(password, key));
+    EXPECT_EQ(password.copiesInMemory(), 0);
+    EXPECT_EQ(key.copiesInMemory(), 0);
+    veiled.writeStatus = -61;
+    EXPECT_FALSE(useSecrets(password, key));
+    EXPECT_EQ(password.copiesInMemory(), 0);
+    EXPECT_EQ(key.copiesInMemory(), 0);
 }
 
 TEST_F(KeychainSecrets, NoCopyOfAShortPasswordStaysInMemory) {
-    if (::access("/proc/self/mem", R_OK) != 0) GTEST_SKIP() << "no /proc/self/mem to search";
+    if (!HiddenText::canBeSearchedFor()) GTEST_SKIP() << "no /proc/self/mem to search";
     VeiledKeychain veiled;
     services.set.keychain = &veiled;
-    const Secret password{12, 4};
-    useSecrets(password, {13, 6});
-    EXPECT_EQ(copiesInMemory(password), 0);
-    EXPECT_EQ(copiesInMemory({13, 6}), 0);
+    const HiddenText password{12, 4};
+    const HiddenText key{13, 6};
+    EXPECT_TRUE(useSecrets(password, key));
+    EXPECT_EQ(password.copiesInMemory(), 0);
+    EXPECT_EQ(key.copiesInMemory(), 0);
+}
+
+TEST_F(KeychainSecrets, NoCopyOfABarePasswordStaysInMemory) {
+    if (!HiddenText::canBeSearchedFor()) GTEST_SKIP() << "no /proc/self/mem to search";
+    VeiledKeychain veiled;
+    services.set.keychain = &veiled;
+    for (const std::size_t length : {7U, 12U, 40U}) {
+        const HiddenText password{length, 9};
+        deepDown([&] {
+            const Wiped<std::string> bare(password.text());
+            veiled.addGenericPassword("", "", *bare);
+            const Wiped<KeychainManager::Text> read(manager.getPasswordForUser("jo", nullptr));
+            EXPECT_TRUE(*read == *bare);
+        });
+        EXPECT_EQ(password.copiesInMemory(), 0) << length;
+    }
+}
+
+TEST_F(KeychainSecrets, ReaderLeavesNoCopyOfATextHoweverShort) {
+    if (!HiddenText::canBeSearchedFor()) GTEST_SKIP() << "no /proc/self/mem to search";
+    for (const std::size_t length : {5U, 7U, 12U}) {
+        const HiddenText text{length, 10};
+        deepDown([&] {
+            const Wiped<std::string> held(text.text());
+            EXPECT_EQ(JSONEncoder::createObjFromJSONStr(*held), std::nullopt);
+        });
+        EXPECT_EQ(text.copiesInMemory(), 0) << length;
+    }
 }
 
 TEST_F(KeychainSecrets, LogHasNoneAtTheMostDetailedLevelEvenWhenTheKeychainFails) {
     CapturedOutput output;
     configure("detailed", "detailed");
-    const Secret password{20, 7};
-    const Secret key{20, 8};
-    useSecrets(password, key);
+    const HiddenText password{20, 7};
+    const HiddenText key{20, 8};
+    EXPECT_TRUE(useSecrets(password, key));
     services.keychain.items["ProductName/al"] = password.text();  // a bare one
     manager.getPasswordForUser("al", nullptr);
     services.keychain.modifyStatus = services.keychain.addStatus = -61;
-    useSecrets(password, key);
+    EXPECT_FALSE(useSecrets(password, key));
     services.keychain.items["ProductName/jo"] = password.text();
     services.keychain.copyStatus = -36;
     manager.getPasswordForUser("jo", nullptr);

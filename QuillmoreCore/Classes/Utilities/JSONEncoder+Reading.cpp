@@ -25,12 +25,15 @@ char32_t nextCodePoint(std::string_view text, std::size_t& index) {
     return codePoint;
 }
 
+/// More than a std::u16string keeps inside itself, where a text that moves leaves a copy.
+constexpr std::size_t kHeapCapacity = 64;
+
 /// A byte that is not part of valid UTF-8 counts as U+FFFD.
 std::u16string unitsOf(std::string_view text) {
     Wiped<std::string> repaired;
     if (!platform::isUtf8(text)) text = *repaired = platform::repairedUtf8(text);
     std::u16string units;
-    units.reserve(text.size());
+    units.reserve(std::max(text.size(), kHeapCapacity));
     for (std::size_t index = 0; index < text.size();) {
         const char32_t codePoint = nextCodePoint(text, index);
         if (codePoint < 0x10000) {
