@@ -37,6 +37,7 @@ def seeds():
     yield "InfoPropertyListFuzz", INFO.format("1.2").encode()
     yield "InfoPropertyListFuzz", b"Quillmore Limited 1.15.4 (1856)"
     yield "StringTableFuzz", b'/* a */ "key" = "text\\n\\U00e4";\n// b\nplain = "x";\n'
+    yield "JSONFuzz", rb'{"password":"p\/w\n","keepSignedIn":true,"skipAuth":false,"n":-7,"d":2.5}'
     yield "JSONFuzz", b'{"a": [1, -2.5e3, true, null, "x\\u00e4\\n"], "b": {}}'
     yield "FormatFuzz", b"%@ %d %5.2f %-10s %llx %% %c"
 

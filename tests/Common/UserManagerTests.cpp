@@ -38,6 +38,12 @@ protected:
     UserManager manager;
 };
 
+TEST_F(Users, NothingIsKeptBetweenCalls) {
+    useUsers({user("a")});
+    UserManager().saveUser(user("b"), "b");
+    EXPECT_TRUE(manager.doesUserKeyExists("b"));
+}
+
 TEST_F(Users, ListIsAbsentUntilThereIsOneAndThenAsStored) {
     EXPECT_EQ(manager.userList(), kAbsent);
     useUsers({user("a"), "junk"});
@@ -211,7 +217,9 @@ TEST_F(Users, IntegerIsTheDefaultForAMissingValueOrOneThatAnswersNone) {
     EXPECT_EQ(manager.objectForKeyAsLong("Number", "jo", 1LL << 40), 1LL << 40);
 }
 
-TEST_F(Users, LongKeepsSixtyFourBits) {
+TEST_F(Users, LongIsConvertedAsAnIntegerIsAndKeepsSixtyFourBits) {
+    useUsers({user("jo", " 12345678901x")});
+    EXPECT_EQ(manager.objectForKeyAsLong("Number", "jo", 7), 12345678901);
     useUsers({user("jo", std::int64_t{1} << 40)});
     EXPECT_EQ(manager.objectForKeyAsLong("Number", "jo", 7), std::int64_t{1} << 40);
 }
@@ -246,8 +254,21 @@ TEST_F(Users, EveryRecordOfTheAccountIsRenamed) {
     useUsers({account("a", 5), account("b", 6), account("c", "5"), user("d")});
     EXPECT_FALSE(manager.updateUserWithUsername("new", 5));
     EXPECT_EQ(saved(), (Array{account("b", 6), user("d"), account("new", 5), account("new", "5")}));
-    EXPECT_FALSE(manager.updateUserWithUsername("x", 99));
-    EXPECT_EQ(saved().size(), 4u);
+    for (const std::int32_t unknown : {99, 0}) {
+        EXPECT_FALSE(manager.updateUserWithUsername("x", unknown));
+        EXPECT_EQ(saved().size(), 4u);
+        EXPECT_FALSE(manager.doesUserKeyExists("x"));
+    }
+}
+
+TEST_F(Users, NamelessRecordOfTheAccountIsSavedUnderTheNameAndStaysUntilTheNextLoad) {
+    const Dictionary nameless = {{kUserAccountId, 5}};
+    const Dictionary named = {{kUserUserName, "new"}, {kUserAccountId, 5}};
+    useUsers({nameless, user("a")});
+    manager.updateUserWithUsername("new", 5);
+    EXPECT_EQ(saved(), (Array{nameless, user("a"), named}));
+    manager.load();
+    EXPECT_EQ(saved(), (Array{user("a"), named}));
 }
 
 TEST_F(Users, CachePathNeedsLocationAndName) {

@@ -54,11 +54,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{R"({"a"})", Dictionary()}, Row{R"({1:2})", kNothing},
                     Row{R"({true:2})", kNothing}, Row{R"({false:2})", kNothing},
                     Row{R"(5{"a"})", Dictionary{{"a", 5}}},
-                    Row{R"({"a":1 "v","b"})", Dictionary{{"a", 1}, {"b", "v"}}}));
+                    Row{R"({"a":1 "v","b"})", Dictionary{{"a", 1}, {"b", "v"}}},
+                    Row{R"({"a":1,"b",:5})", Dictionary{{"a", 1}, {"b", 5}}},
+                    Row{R"({"a":1,:5})", kNothing}));
 
 INSTANTIATE_TEST_SUITE_P(NestingAndArrays, JSONReader,
                          testing::Values(Row{R"({"a":{"b":1},"c":2})", Dictionary{{"b", 1}}},
                                          Row{R"({"x":1,"a":{"b":{"c":3}}})", Dictionary{{"c", 3}}},
+                                         Row{R"({"a":{:1}})", Dictionary{{"a", 1}}},
                                          Row{R"({"a":[1]})", Dictionary{{"a", 1}}},
                                          Row{R"({"a":[]})", Dictionary()},
                                          Row{R"({"a":[1,2]})", kNothing},
@@ -184,6 +187,11 @@ TEST_F(JSONNumberToken, EndOfTheTextIsIntegerZero) {
     EXPECT_EQ(read(u""), Value(0));
     at = 9;
     EXPECT_EQ(JSONEncoder::jsonNumberForStr(u"12", at, error), Value(0));
+}
+
+TEST_F(JSONNumberToken, EarlierErrorIsNothing) {
+    error = true;
+    EXPECT_EQ(JSONEncoder::jsonNumberForStr(u"12", at, error), kNothing);
 }
 
 TEST_F(JSONNumberToken, SignCountsAnywhereAndOnce) {
