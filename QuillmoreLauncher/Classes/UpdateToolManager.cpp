@@ -58,13 +58,14 @@ void keepInstallerLog() {
     const std::string target = platform::pathByAppending(folder, kInstallerLogName);
     try {
         ensureFolderPathExists(folder);
+        const bool isFirst = !files.fileExists(target);
         logVerbose("Copying \"%@\" to \"%@\"...", kInstallerLog, target);
         const auto error = files.copyItem(kInstallerLog, target);
         if (error) {
             logError("Failed to copy \"%@\" to \"%@\" (%@)", kInstallerLog, target,
                      nserrorToString(error));
             // What was there stays; half a copy would be in the way of the next one.
-            if (error->code() != EEXIST) files.removeItem(target);
+            if (isFirst && error->code() != EEXIST) files.removeItem(target);
         } else {
             logVerbose("Copied \"%@\" to \"%@\" - MacFUSE log available", kInstallerLog, target);
         }

@@ -32,12 +32,12 @@ public:
             attributes->ownerAccountName = owner->second;
         return attributes;
     }
-    /// Leaves half a copy, as a full disk does.
+    /// Leaves half a copy, as a full disk does, where nothing was before.
     std::optional<platform::Error> copyItem(std::string_view from,
                                             std::string_view to) const override {
         const auto error = faults_->copyErrors.find(to);
         if (error == faults_->copyErrors.end()) return FileManager::copyItem(from, to);
-        static_cast<void>(writeAtomically(to, "half", 0644));
+        if (!fileExists(to)) static_cast<void>(writeAtomically(to, "half", 0644));
         return error->second;
     }
     std::optional<platform::Error> moveItem(std::string_view from,

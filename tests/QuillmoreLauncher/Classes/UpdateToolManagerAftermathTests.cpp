@@ -106,6 +106,14 @@ TEST_F(InstallerLog, HalfACopyIsTakenAway) {
     EXPECT_EQ(result, 0);
 }
 
+TEST_F(InstallerLog, LogThatWasKeptBeforeStaysWhateverFails) {
+    services.makeFile(kInstallerLog, "new");
+    services.makeFile(kKeptLog, "old");
+    faults->copyErrors.emplace(kKeptLog, platform::Error::posix(ENOENT));
+    linesOfRepair("/p/MacFUSE.pkg");
+    EXPECT_EQ(services.read(kKeptLog), "old");
+}
+
 TEST_F(InstallerLog, TroubleWithTheFolderIsLoggedAndSwallowed) {
     services.makeFile(kInstallerLog, "installer says");
     faults->folderErrors.emplace(kKeptLogFolder, platform::Error::posix(EACCES));
