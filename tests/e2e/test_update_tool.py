@@ -3,6 +3,7 @@ and nothing changes that should not."""
 import os
 import pathlib
 import shutil
+import subprocess
 
 import launcher
 from expectations import LauncherTest
@@ -165,6 +166,12 @@ class Verified(ByHand):
                 finished = self.machine.run_tool(UPDATE_TOOL, *command)
                 self.assertEqual((finished.returncode, finished.stdout, finished.stderr), (0, "", ""))
         self.assertEqual(self.machine.state("/Library", RESOURCES), before)
+
+    def test_administrator_gives_the_update_tool_its_bit_back(self):
+        os.chmod(UPDATE_TOOL, 0o755)
+        finished = subprocess.run([UPDATE_TOOL, "repairpermissions"], capture_output=True, text=True, check=False)
+        self.assertEqual((finished.returncode, finished.stdout, finished.stderr), (0, "", ""))
+        self.assertEqual(os.stat(UPDATE_TOOL).st_mode & 0o7777, 0o4755)
 
     def test_key_pairs_become_their_users_alone(self):
         folder = f"{HOME}/.config/.mono/keypairs"

@@ -30,6 +30,7 @@ TEST_F(UpdateToolAsAdmin, RunsAToolThatIsNotInstalledYet) {
     EXPECT_EQ(tool().runUninstalledUpdateToolAsAdmin("/r/updateqm", {"a"}), 0);
     EXPECT_THAT(authorization().calls,
                 ElementsAre("create", kAsk, "execute /r/updateqm a", "free"));
+    EXPECT_EQ(tool().status(), UpdateToolStatusOK);
     EXPECT_THAT(logLines(),
                 ElementsAre("(nrm) UpdateToolManager:runUninstalledUpdateToolAsAdmin: Starting...",
                             "(dtl) Running /r/updateqm",
@@ -44,10 +45,13 @@ TEST_F(UpdateToolAsAdmin, StartedToolLeavesNoZombie) {
 TEST_F(UpdateToolAsAdmin, WithoutAReferenceItFailsSilently) {
     authorization().createStatus = platform::kAuthorizationInternal;
     EXPECT_EQ(tool().runUpdateToolAsAdmin({}), UpdateToolStatusFailed);
-    EXPECT_THAT(authorization().calls, ElementsAre("create"));
+    EXPECT_EQ(tool().runUninstalledUpdateToolAsAdmin("/r", {}), UpdateToolStatusFailed);
+    EXPECT_THAT(authorization().calls, ElementsAre("create", "create"));
     EXPECT_EQ(tool().status(), UpdateToolStatusUnknown);
-    EXPECT_THAT(logLines(),
-                ElementsAre("(nrm) UpdateToolManager:runUpdateToolAsAdmin: Starting..."));
+    EXPECT_THAT(
+        logLines(),
+        ElementsAre("(nrm) UpdateToolManager:runUpdateToolAsAdmin: Starting...",
+                    "(nrm) UpdateToolManager:runUninstalledUpdateToolAsAdmin: Starting..."));
 }
 
 TEST_F(UpdateToolAsAdmin, RefusedRightFailsAndLeavesTheStatus) {
@@ -73,17 +77,19 @@ TEST_F(UpdateToolAsAdmin, RefusedExecutionFails) {
 }
 
 TEST_F(UpdateToolAsAdmin, LinesOfTheUninstalledToolCarryItsMethod) {
+    const std::string method = "UpdateToolManager:runUninstalledUpdateToolAsAdmin: ";
     authorization().copyRightsStatus = platform::kAuthorizationCanceled;
     tool().runUninstalledUpdateToolAsAdmin("/r", {});
-    EXPECT_EQ(logLines().back(),
-              "(ERR) UpdateToolManager:runUninstalledUpdateToolAsAdmin: AuthorizationCopyRights "
-              "failed (OSStatus -60006)");
+    EXPECT_THAT(logLines(), ElementsAre("(nrm) " + method + "Starting...",
+                                        "(ERR) " + method +
+                                            "AuthorizationCopyRights failed (OSStatus -60006)"));
     authorization().copyRightsStatus = 0;
     authorization().executeStatus = platform::kAuthorizationInternal;
     tool().runUninstalledUpdateToolAsAdmin("/r", {});
-    EXPECT_EQ(logLines().back(),
-              "(ERR) UpdateToolManager:runUninstalledUpdateToolAsAdmin: "
-              "AuthorizationExecuteWithPrivileges failed (OSStatus -60008)");
+    EXPECT_THAT(logLines(),
+                ElementsAre("(nrm) " + method + "Starting...", "(dtl) Running /r",
+                            "(ERR) " + method +
+                                "AuthorizationExecuteWithPrivileges failed (OSStatus -60008)"));
 }
 
 TEST_F(UpdateToolAsAdmin, EveryReferenceIsFreed) {

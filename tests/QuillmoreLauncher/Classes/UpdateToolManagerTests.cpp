@@ -1,5 +1,12 @@
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 
+#include <sys/wait.h>
+
+#include <chrono>
+#include <exception>
+#include <stdexcept>
+#include <thread>
+
 #include "tests/fakes/LauncherFixture.h"
 
 namespace quillmore::tests {
@@ -125,22 +132,59 @@ TEST_F(UpdateTool, RunThatCannotBeStartedFailsWithTheReason) {
 
 class UnwaitableSpawner final : public platform::ProcessSpawner {
 public:
+    template <class Raised>
+    explicit UnwaitableSpawner(const Raised& raised) : raised_(std::make_exception_ptr(raised)) {}
     std::vector<pid_t> abandoned;
     pid_t spawn(const platform::ProcessRequest&) override { return 77; }
-    platform::ProcessEnd wait(pid_t) override {
-        throw platform::Exception(platform::kGenericException, "no such child");
-    }
+    platform::ProcessEnd wait(pid_t) override { std::rethrow_exception(raised_); }
     std::optional<platform::ProcessEnd> poll(pid_t) override { return std::nullopt; }
     void abandon(pid_t process) override { abandoned.push_back(process); }
+
+private:
+    std::exception_ptr raised_;
 };
 
 TEST_F(UpdateTool, RunThatCannotBeWaitedForFailsWithTheReason) {
-    UnwaitableSpawner spawner;
+    UnwaitableSpawner spawner(platform::Exception(platform::kGenericException, "no such child"));
     services.set.processes = &spawner;
     EXPECT_EQ(tool().runExe("/x", {}, true), 4);
     EXPECT_THAT(logLines(), Contains("(ERR) UpdateToolManager:runExe: Exception during running "
                                      "\"/x\" (NSGenericException (no such child))"));
     EXPECT_THAT(spawner.abandoned, ElementsAre(77));
+}
+
+TEST_F(UpdateTool, ExceptionThatIsNotThePlatformsGoesOn) {
+    UnwaitableSpawner spawner(std::logic_error("of another kind"));
+    services.set.processes = &spawner;
+    EXPECT_THROW(tool().runExe("/x", {}, true), std::logic_error);
+    EXPECT_THAT(logLines(), ElementsAre("(vrb) UpdateToolManager:runExe: Running \"/x\"..."));
+    EXPECT_THAT(spawner.abandoned, ElementsAre(77));
+}
+
+TEST_F(UpdateTool, RealRunsEndAsTheirProgramsDo) {
+    const auto spawner = platform::makePosixProcessSpawner();
+    services.set.processes = spawner.get();
+    EXPECT_EQ(tool().runExe("/bin/sh", {"-c", "exit 0"}, true), 0);
+    EXPECT_EQ(tool().runExe("/bin/sh", {"-c", "exit 3"}, true), 4);
+    EXPECT_EQ(tool().runExe("/bin/sh", {"-c", "kill -9 $$"}, true), 4);
+    EXPECT_EQ(tool().runExe("/dev/null", {}, true), 4);
+    EXPECT_EQ(tool().runExe(services.host("/tmp"), {}, true), 4);
+}
+
+TEST_F(UpdateTool, RealRunThatIsNotWaitedForIsDoneAndLeavesNoZombie) {
+    const auto spawner = platform::makePosixProcessSpawner();
+    services.set.processes = spawner.get();
+    const std::string mark = services.host("/tmp/done");
+    EXPECT_EQ(tool().runExe("/bin/sh", {"-c", "echo > \"$0\"", mark}, false), 4);
+    // Waits for the child without taking it, until there is none: somebody else took it.
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    siginfo_t information{};
+    int child = 0;
+    while ((child = ::waitid(P_ALL, 0, &information, WEXITED | WNOWAIT)) == 0 &&
+           std::chrono::steady_clock::now() < limit)
+        std::this_thread::yield();
+    EXPECT_EQ(child, -1) << "a zombie stays";
+    EXPECT_TRUE(services.exists("/tmp/done"));
 }
 
 TEST_F(UpdateTool, UpdateToolRunsFromWhereItIsInstalled) {
@@ -189,6 +233,9 @@ INSTANTIATE_TEST_SUITE_P(
                    "repaircore /c", 0},
         CommandRow{"Tool", [](UpdateToolManager& m) { return m.repairQMTool("/p", "/s"); },
                    "repairother /p /s", 0},
+        CommandRow{"ToolWithoutPackage",
+                   [](UpdateToolManager& m) { return m.repairQMTool(std::nullopt, "/s"); },
+                   "repairother", 0},
         CommandRow{"ToolPermissions",
                    [](UpdateToolManager& m) { return m.repairQMToolPermissions("n"); },
                    "repairpermissionsother n", 0},
