@@ -81,7 +81,7 @@ void InstallCheckManager::updateRequiredItemStatusCoreApp(const RequiredItem& it
     if (!verifyCoreAppPermissions(item)) count(atIndex, kStatusWrongPermissions);
 }
 
-// Deliberate: the rule tests nothing, so a framework is always in order.
+// Deliberate: the rule tests nothing, so a framework is always in order, "Mono" like any other.
 void InstallCheckManager::updateRequiredItemStatusFramework(const RequiredItem& item,
                                                             std::int32_t) {
     logExamining(item);

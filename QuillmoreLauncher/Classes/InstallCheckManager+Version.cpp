@@ -6,6 +6,7 @@
 
 #include "Common/utils/Logging.h"
 #include "Common/utils/PropertyLists.h"
+#include "Common/utils/Text.h"
 #include "Common/utils/Versions.h"
 #include "Platform/Services.h"
 #include "Platform/SystemInformation.h"
@@ -20,17 +21,6 @@ namespace {
 constexpr const char* kBundleInformation = "/Contents/Info.plist";
 constexpr const char* kFrameworkInformation = "Versions/Current/Resources/Info.plist";
 constexpr const char* kShortVersionKey = "CFBundleShortVersionString";
-
-std::vector<std::string> partsOfVersion(const std::string& string) {
-    std::vector<std::string> parts;
-    std::size_t start = 0;
-    for (;;) {
-        const std::size_t dot = string.find('.', start);
-        parts.push_back(string.substr(start, dot - start));
-        if (dot == std::string::npos) return parts;
-        start = dot + 1;
-    }
-}
 
 /// The short version in an information file inside the installed item; nothing when there is none
 /// or it is empty.
@@ -81,7 +71,7 @@ bool logUpdateTest(const RequiredItem& item, const std::optional<std::string>& i
 bool InstallCheckManager::parseVersionString(const Text& string, std::int32_t& major,
                                              std::int32_t& minor, std::int32_t& bugfix) const {
     if (!string) return false;
-    const auto parts = partsOfVersion(*string);
+    const auto parts = componentsSeparatedBy(*string, '.');
     if (parts.size() != 3) return false;
     major = platform::int32FromText(parts[0]);
     minor = platform::int32FromText(parts[1]);
@@ -192,6 +182,7 @@ bool InstallCheckManager::doesToolNeedUpdate(const RequiredItem& item) const {
     return logUpdateTest(item, text, std::pair(major, minor) < launcher);
 }
 
+// Of the bundle too only major and minor decide; its build ("CFBundleVersion") says nothing here.
 bool InstallCheckManager::doesBundleNeedUpdate(const RequiredItem& item) const {
     const Text text = shortVersion(item, kBundleInformation, Trouble::isSilent);
     std::int32_t major = 0;
