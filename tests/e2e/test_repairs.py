@@ -1,6 +1,6 @@
 """Machines on which something is wrong: what the check says of it, and that a repair mends it and
 nothing else."""
-from expectations import ALL, INTEL, LauncherTest, window
+from expectations import ALL, INTEL, LauncherTest, answered, window
 from machine import CONTEXT_MENU, FILE_SYSTEM, OVERLAY, PRODUCT, RESOURCES
 from sandboxed import main
 import os
@@ -133,6 +133,25 @@ class Systems(Damaged):
         self.expect_core_started(ended)
         self.assertEqual(self.machine.commands(), ["repair", "repairpackage"])
         self.expect_installed(*[name for name in ALL if name != "QuillmoreCM"])
+
+
+class BeyondRepair(LauncherTest):
+    """A run that succeeds and leaves something that is not in order: a bundle without an installer."""
+
+    repaired = True
+
+    def test_what_no_repair_puts_in_order_shows_the_window_again_with_a_new_text(self):
+        self.machine.edit_catalogue(lambda items: items.append(
+            {"Type": "Bundle", "Name": "Other", "InstallPath": "/Library/Other.bundle", "Version": "1.0.0"}))
+        self.machine.remove(CONTEXT_MENU)
+        ended = self.machine.launch(answers="\n2\n")
+        self.assertEqual((ended.status, ended.errors), (0, ""))
+        self.assertIn(window("helper programs"), ended.output)
+        self.assertTrue(ended.output.endswith(
+            answered(window(), "2") + "(nrm) User chose to quit\n"), ended.output)
+        self.assertEqual(self.machine.commands(), ["repair", "repairzipitem", *FIXES_COMMAND])
+        self.expect_installed(*ALL, *FIXES)
+        self.expect_no_core()
 
 
 class NewSystems(LauncherTest):

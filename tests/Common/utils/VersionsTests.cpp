@@ -139,6 +139,15 @@ TEST_F(Versions, TheWordVersionIsDropped) {
     EXPECT_EQ(parsed("version 1.2.3.4"), (Parts{1, 2, 3, 4}));
 }
 
+TEST_F(Versions, TheWordVersionIsDroppedWhereverItStands) {
+    EXPECT_EQ(parsed("version version 1.2.version 3.4"), (Parts{1, 2, 3, 4}));
+}
+
+TEST_F(Versions, TheWordVersionIsDroppedBeforeTheLettersThatMayHideIt) {
+    CapturedOutput captured;
+    EXPECT_EQ(parsed("vaersion 1.2.3.4"), (Parts{0, 0, 0, 0}));
+}
+
 TEST_F(Versions, TheWordVersionIsDroppedInSmallLettersOnly) {
     CapturedOutput captured;
     EXPECT_EQ(parsed("Version 1.2.3.4"), (Parts{0, 0, 0, 0}));

@@ -38,6 +38,17 @@ TEST_F(SelfRepair, UpdateToolIsRepairedOnceOnly) {
     }
 }
 
+TEST_F(SelfRepair, EveryEntryOfItsNameIsTheUpdateToolWhateverItsType) {
+    Dictionary other = updateTool("Framework");
+    other["Resource"] = "other";
+    check({updateTool("Font"), other});
+    run();
+    EXPECT_EQ(services.authorization.calls.at(2),
+              "execute " + r("updateqm") + " repair " + r("updateqm.sig"));
+    EXPECT_EQ(services.authorization.calls.at(6),
+              "execute " + r("other") + " repair " + r("updateqm.sig"));
+}
+
 TEST_F(SelfRepair, EveryItemIsRepairedInCatalogueOrder) {
     Dictionary rootTool = tool("QMToolRoot");
     rootTool["Resource"] = "root.zip";
@@ -68,10 +79,12 @@ TEST_F(SelfRepair, ItemsThatAreNotRequiredAreLeftAlone) {
     for (Dictionary& item : items) item["MinMacOSX"] = "10.5";
     items.push_back(zipItem("FinderCM"));
     items.back()["MaxMacOSX"] = "10.3";
+    items.push_back(updateTool());
+    items.back()["MinMacOSX"] = "10.4";
     check(items);
-    EXPECT_THAT(state().requiredItemsStatusList,
-                ElementsAre("Not Required", "Not Required", "Not Required"));
+    EXPECT_THAT(state().requiredItemsStatusList, testing::Each("Not Required"));
     EXPECT_THAT(run(), IsEmpty());
+    EXPECT_EQ(services.authorization.calls.size(), 4U);  // but the update tool is, as always
 }
 
 TEST_F(SelfRepair, PackagesWithoutInstallerAreSkipped) {
@@ -188,7 +201,9 @@ protected:
     platform::Window* sheet() {
         return const_cast<platform::Window*>(&outlets().repairProgressWindow);
     }
-    void openSheet() { shown().openSheets[sheet()] = nullptr; }
+    void openSheet(std::function<void()> didEnd = nullptr) {
+        shown().openSheets[sheet()] = std::move(didEnd);
+    }
     void expectAlertSheet(const char* message) {
         ASSERT_EQ(shown().alertSheets.size(), 1U);
         const auto& [alert, window] = shown().alertSheets[0];
@@ -217,7 +232,7 @@ TEST_F(EndOfRepair, FailureIsHandedToTheMainThread) {
 }
 
 TEST_F(EndOfRepair, FailureEndsTheSheetAndSaysSo) {
-    openSheet();
+    openSheet([this] { EXPECT_THAT(shown().alertSheets, IsEmpty()); });
     manager().repairFailed();
     EXPECT_THAT(shown().openSheets, IsEmpty());
     expectAlertSheet("RepairFailedTitle");
@@ -227,17 +242,31 @@ TEST_F(EndOfRepair, SuccessEndsTheSheetAndLaunchesTheCore) {
     openSheet();
     EXPECT_THROW(manager().bringWindowBackToFront(), Termination);
     EXPECT_THAT(shown().openSheets, IsEmpty());
-    EXPECT_FALSE(outlets().repairProgressIndicator.isAnimating());
     EXPECT_EQ(services.workspace.launched.size(), 1U);
     EXPECT_THAT(shown().alertSheets, IsEmpty());
 }
 
 TEST_F(EndOfRepair, ItemStillNotInOrderShowsTheWindowAgain) {
     makeCatalogue({tool()});
-    openSheet();
+    openSheet([this] { EXPECT_THAT(state().requiredItemsStatusList, IsEmpty()); });
     manager().bringWindowBackToFront();
+    EXPECT_THAT(shown().openSheets, IsEmpty());
     EXPECT_THAT(shown().presented, ElementsAre(&outlets().checkWindow));
     EXPECT_EQ(outlets().checkText.stringValue(), "Info. Components: helpers\n");
+    EXPECT_THAT(services.workspace.launched, IsEmpty());
+}
+
+TEST_F(EndOfRepair, WhatIsLostAfterTheCheckIsToldAndTheCoreIsNotLaunched) {
+    int runs = 0;
+    installTool(kTool);
+    const auto spoil = [&](const platform::ProcessRequest&) {
+        if (++runs == 2) ::chmod(services.host(kTool).c_str(), 0700);
+    };
+    services.processes.teach(kTool, {kCurrentBanner, {}, spoil});
+    makeCatalogue({tool()});
+    EXPECT_THROW(manager().bringWindowBackToFront(), Termination);
+    EXPECT_THAT(shown().presented, IsEmpty());
+    expectAlertSheet("RunFailedTitle");
     EXPECT_THAT(services.workspace.launched, IsEmpty());
 }
 

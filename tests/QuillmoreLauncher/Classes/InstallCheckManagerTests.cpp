@@ -102,7 +102,7 @@ TEST_F(InstallCheckCatalogue, ValuesThatAreNoStringsAreReportedOnce) {
     EXPECT_THAT(updatedStatuses(), ElementsAre("Missing"));
 }
 
-TEST_F(InstallCheckCatalogue, InterfaceIsConnectedBeforeTheCatalogueIsRead) {
+TEST_F(InstallCheckCatalogue, InterfaceFileIsConnected) {
     const InstallCheckOutlets& outlets = manager().outlets();
     EXPECT_THAT(outlets.checkWindow.views(),
                 ElementsAre(&outlets.checkHeaderView, &outlets.checkText, &outlets.checkInstall,

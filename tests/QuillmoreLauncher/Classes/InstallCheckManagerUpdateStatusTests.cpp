@@ -51,6 +51,64 @@ TEST_F(InstallCheckStatus, PermissionTestLogsThePathAgain) {
                             "(vrb) Install check: QMTool \"t\" is \"OK\"", "(dtl) Updated status"));
 }
 
+TEST_F(InstallCheckStatus, EveryTypeButTheCoreFirstLogsItsInstallPath) {
+    services.system.setSystemVersion(11, 0, 0);
+    std::vector<Dictionary> items;
+    for (const char* type :
+         {"Framework", "Bundle", "QMTool", "QMToolRoot", "FinderCM", "FinderOverlayInsert"}) {
+        // No system meets the bounds: what has one is logged, too, and not examined any further.
+        items.push_back({{"Type", type}, {"InstallPath", std::string("/") + type}});
+        items.back()["MinMacOSX"] = items.back()["MaxMacOSX"] = "10.4";
+    }
+    makeCatalogue(items);
+    manager();
+    logLines();
+    manager().updateStatus();
+    std::vector<std::string> examined = logLines();
+    std::erase_if(examined,
+                  [](const std::string& line) { return !line.starts_with("(dtl) Exam"); });
+    EXPECT_THAT(examined, ElementsAre("(dtl) Examining installed \"/Framework\"",
+                                      "(dtl) Examining installed \"/Bundle\"",
+                                      "(dtl) Examining installed \"/QMTool\"",
+                                      "(dtl) Examining installed \"/QMToolRoot\"",
+                                      "(dtl) Examining installed \"/FinderCM\"",
+                                      "(dtl) Examining installed \"/FinderOverlayInsert\""));
+}
+
+TEST_F(InstallCheckStatus, BoundsAreReadForTheirTypesOnly) {
+    services.system.setSystemVersion(11, 0, 0);
+    struct Row {
+        const char *type, *boundThatIsNotRead;
+    };
+    for (const Row& row : {Row{"QMTool", "MinMacOSX"},
+                           {"QMTool", "MaxMacOSX"},
+                           {"Bundle", "MinMacOSX"},
+                           {"Bundle", "MaxMacOSX"},
+                           {"QMToolRoot", "MaxMacOSX"},
+                           {"FinderCM", "MinMacOSX"},
+                           {"FinderOverlayInsert", "MaxMacOSX"}}) {
+        platform::SharedInstanceBase::forgetAll();
+        makeCatalogue({{{"Type", row.type}, {row.boundThatIsNotRead, "10.4"}}});
+        EXPECT_THAT(updatedStatuses(), ElementsAre("Missing")) << row.type;
+    }
+}
+
+TEST_F(InstallCheckStatus, ItemsWithoutInstallPathAreMissing) {
+    for (const char* type : {"QMTool", "QMToolRoot", "FinderCM", "FinderOverlayInsert"}) {
+        platform::SharedInstanceBase::forgetAll();
+        expectStatus({{"Type", type}}, "Missing", kCounted);
+    }
+    platform::SharedInstanceBase::forgetAll();
+    // Without a name it is not the file system either.
+    expectStatus({{"Type", "Bundle"}}, "Missing", {0, 1, false, false});
+}
+
+TEST_F(InstallCheckStatus, PermissionsThatCannotBeReadAreWrong) {
+    EXPECT_FALSE(manager().verifyQMToolPermissions(RequiredItem(tool())));
+    EXPECT_FALSE(manager().verifyQMToolPermissions(RequiredItem{Dictionary()}));
+    EXPECT_FALSE(manager().verifyCoreAppPermissions(RequiredItem(Dictionary{{"Resource", "no"}})));
+}
+
 TEST_F(InstallCheckStatus, CheckThatIsCleanShowsNothing) {
     installTool(kTool);
     makeCatalogue({tool()});

@@ -64,9 +64,26 @@ TEST_F(InstalledVersion, OutputThatIsNoTextIsLoggedAsAbsent) {
                                         "(ERR) Failed to extract version from string \"(null)\""));
 }
 
+TEST_F(InstalledVersion, LauncherWithoutAReadableVersionUpdatesNothing) {
+    services.makePropertyList("/Applications/Quillmore.app/Contents/Info.plist",
+                              Dictionary{{"CFBundleShortVersionString", "1.15"}});
+    services.useLanguages({"en"});
+    EXPECT_FALSE(toolNeedsUpdate("Limited 0.0.0.0"));
+    EXPECT_FALSE(bundleNeedsUpdate("0.0.0"));
+    EXPECT_THAT(
+        logLines(),
+        testing::Contains("(ERR) Failed to extract version from string \"1.15 (1856)\"").Times(2));
+}
+
 TEST_F(InstalledVersion, ToolThatCannotBeStartedRaises) {
     EXPECT_THROW(manager().doesToolNeedUpdate(itemAt("/none")), platform::Exception);
     EXPECT_THROW(manager().doesToolNeedUpdate(RequiredItem{Dictionary()}), platform::Exception);
+}
+
+TEST_F(InstalledVersion, EndOfTheToolIsWaitedFor) {
+    toolNeedsUpdate("Limited 1.15.0.0");
+    EXPECT_THAT(services.processes.started, ElementsAre("/t"));
+    EXPECT_THAT(services.processes.abandoned, IsEmpty());
 }
 
 TEST_F(InstalledVersion, ExitStatusOfTheToolDoesNotMatter) {

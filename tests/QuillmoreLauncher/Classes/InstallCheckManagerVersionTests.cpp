@@ -105,10 +105,10 @@ TEST_F(InstallCheckVersion, InstalledVersionIsComparedPartByPart) {
 }
 
 TEST_F(InstallCheckVersion, ComparisonIsLogged) {
-    manager().checkFrameworkVersion(requiring("2.1.0"), 2, 1, 0);
+    manager().checkFrameworkVersion(requiring("2.1x.00"), 2, 1, 7);
     manager().checkFrameworkVersion(requiring("2.1.0"), 2, 0, 0);
     EXPECT_THAT(logLines(),
-                ElementsAre("(dtl) Found framework version string \"2.1.0\" parsed as 2.1.0",
+                ElementsAre("(dtl) Found framework version string \"2.1x.00\" parsed as 2.1.0",
                             "(dtl) Found framework up-to-date",
                             "(dtl) Found framework version string \"2.1.0\" parsed as 2.1.0",
                             "(dtl) Found framework out-of-date"));
@@ -131,6 +131,7 @@ TEST_F(InstallCheckVersion, SystemVersionNeedsAllThreeSelectors) {
         return manager().getMacOSXVersion(parts.major, parts.minor, parts.bugfix);
     };
     EXPECT_FALSE(ask());
+    EXPECT_EQ(parts, kUntouched);
     services.system.setSystemVersion(10, 6, 8);
     EXPECT_TRUE(ask());
     EXPECT_EQ(parts, (Parts{false, 10, 6, 8}));
@@ -138,6 +139,10 @@ TEST_F(InstallCheckVersion, SystemVersionNeedsAllThreeSelectors) {
     services.system.selectors.erase(platform::fourCharCode("sys2"));
     EXPECT_FALSE(ask());
     EXPECT_EQ(parts, (Parts{false, 10, -1, -1}));
+    parts = kUntouched;
+    services.system.selectors.erase(platform::fourCharCode("sys1"));
+    EXPECT_FALSE(ask());
+    EXPECT_EQ(parts, kUntouched);
 }
 
 struct BoundRow {
