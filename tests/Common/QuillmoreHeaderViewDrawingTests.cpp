@@ -130,12 +130,14 @@ TEST_F(HeaderDrawing, GenericBrandingIsBackgroundAndTitleOnly) {
 }
 
 TEST_F(HeaderDrawing, WelcomeOfAResellerIsWhiteWithRuleAndBlackTitleWhoeverUsedItLast) {
-    delegate.brand = 20000;
     setLastUsersBrand(15);
     view->setUseWelcomeBranding(true);
     view->setUseGenericBranding(true);
-    EXPECT_EQ(drawn(), (Calls{"fill 0 0 500 60 white", "fill 0 0 500 1 darkGray",
-                              "text \"Title\" in 20 20 460 20" + kBlack}));
+    for (const std::int32_t brand : {10001, 20000}) {
+        delegate.brand = brand;
+        EXPECT_EQ(drawn(), (Calls{"fill 0 0 500 60 white", "fill 0 0 500 1 darkGray",
+                                  "text \"Title\" in 20 20 460 20" + kBlack}));
+    }
 }
 
 TEST_F(HeaderDrawing, WelcomeOfAnOwnBrandIsTheStandardBanner) {
@@ -146,10 +148,21 @@ TEST_F(HeaderDrawing, WelcomeOfAnOwnBrandIsTheStandardBanner) {
     }
 }
 
-TEST_F(HeaderDrawing, WelcomeOfBrandFifteenStaysItsOwn) {
+TEST_F(HeaderDrawing, WelcomeOfBrandFifteenStaysItsOwnWhoeverUsedItLast) {
     delegate.brand = 15;
+    setLastUsersBrand(7);
+    makeUsersLogo(7, 70, 20);
     view->setUseWelcomeBranding(true);
-    EXPECT_EQ(drawn()[0], "fill 0 0 500 60 black");
+    EXPECT_EQ(drawn(),
+              (Calls{"fill 0 0 500 60 black", "image logo-15.bmp 470 20 15 20",
+                     "fill 0 0 500 1 darkGray", "text \"Title\" in 20 20 445 20" + kWhite}));
+}
+
+TEST_F(HeaderDrawing, WelcomeOfAProgramThatHasNoBrandIsTheStandardBanner) {
+    services.application.setDelegate(nullptr);
+    setLastUsersBrand(15);
+    view->setUseWelcomeBranding(true);
+    EXPECT_EQ(drawn()[1], "image appheader_logo.png 365 0 120 60");
 }
 
 TEST_F(HeaderDrawing, WelcomeGoesOnToGenericBranding) {

@@ -58,6 +58,18 @@ TEST_F(LauncherMove, MoveIsOfferedBeforeTheStartIsFinished) {
     EXPECT_THAT(services.workspace.launched, SizeIs(1));
 }
 
+TEST_F(LauncherMove, NameAndOlderCopiesAreKnownWhenTheMoveIsOffered) {
+    startFrom("/Users/jo/Downloads/Quillmore.app");
+    services.userInterface.answers = {{1, false}};
+    PFAltDstBundleName("");
+    PFAlsoRemoveBundles({});
+    auto known = PFCurrentMoveSettings();
+    services.userInterface.onModal = [&] { known = PFCurrentMoveSettings(); };
+    start();
+    EXPECT_EQ(known.gAltDstBundleName, "Quillmore");
+    EXPECT_EQ(known.gAlsoRemoveBundlePaths, delegate.pathsOfOlderCopies());
+}
+
 TEST_F(LauncherMove, MovedLauncherEndsWithoutACheck) {
     services.workspace.onRecycle = [&](const std::string& path) {
         return std::filesystem::remove_all(services.host(path)) > 0;

@@ -31,10 +31,15 @@ protected:
     void setCoreRuns(bool runs) {
         services.processes.teach("/bin/sh", {"", {false, runs ? 0 : 1}, {}});
     }
-    /// The normal and error lines of a start that ends the process.
+    /// The normal and error lines of a start that ends the process, by a request as ever.
     std::vector<std::string> linesOfStart() {
         logLines();
-        EXPECT_THROW(delegate.applicationDidFinishLaunching(), Termination);
+        try {
+            delegate.applicationDidFinishLaunching();
+            ADD_FAILURE() << "the process goes on";
+        } catch (const Termination& end) {
+            EXPECT_TRUE(end.requested);
+        }
         std::vector<std::string> lines = logLines();
         std::erase_if(lines, [](const std::string& line) {
             return line.starts_with("(vrb)") || line.starts_with("(dtl)");
@@ -59,6 +64,33 @@ TEST_F(LauncherDelegate, SearchesForTheCoreByTheProductsName) {
     linesOfStart();
     ASSERT_EQ(services.processes.started.size(), 3U);
     EXPECT_THAT(services.processes.started[0], testing::HasSubstr("fgrep 'QuillmoreCore'"));
+}
+
+TEST_F(LauncherDelegate, LinesFrameTheLaunchOfTheCore) {
+    std::vector<std::string> before;
+    services.workspace.onLaunch = [&] { before = logLines(); };
+    const auto after = linesOfStart();
+    EXPECT_EQ(before.back(), std::string("(nrm) Launching \"") + kCore + "\"...");
+    EXPECT_THAT(after, ElementsAre(std::string("(nrm) Launched \"") + kCore + "\"",
+                                   "(nrm) Will terminate now"));
+}
+
+TEST_F(LauncherDelegate, ProductsNameIsThatOfTheStringTable) {
+    services.makeResource("en.lproj/Localizable.strings",
+                          std::string("\"ProductName\" = \"Acme\";"));
+    services.makeFolder(resource("AcmeCore.app"));
+    const std::string core = resource("AcmeCore.app/Contents/MacOS/AcmeCore");
+    setDefaults("normal", "detailed");
+    EXPECT_THAT(
+        linesOfStart(),
+        ElementsAre("(nrm) Acme version 1.15.4 (1856)", "(nrm) Acme did begin launching...",
+                    "(nrm) Acme did finish launching", "(nrm) Launching \"" + core + "\"...",
+                    "(nrm) Launched \"" + core + "\"", "(nrm) Will terminate now"));
+    EXPECT_THAT(services.processes.started[0], testing::HasSubstr("fgrep 'AcmeCore'"));
+    EXPECT_THAT(getLogFilePath(),
+                testing::Optional(testing::StartsWith("/Users/jo/Library/Logs/Acme/Acme/Acme-")));
+    EXPECT_EQ(delegate.fixedPathsOfOlderCopies().front(), "~/Applications/Acme.app");
+    EXPECT_EQ(delegate.fixedPathsOfOlderCopies().back(), "/Applications/Acme Client-5.app");
 }
 
 TEST_F(LauncherDelegate, SomethingToRepairKeepsTheProcessAlive) {

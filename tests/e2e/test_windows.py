@@ -168,8 +168,11 @@ class Running(WindowTest):
         [core] = self.machine.core()
         running = self.start()
         windows = self.display.wait_for("Quillmore is already running")
-        self.assertIn("You must quit Quillmore before you can start it again.",
-                      [node["name"] for node in flattened(windows)])
+        [alert] = [node for node in flattened(windows) if node["role"] == "alert"]
+        self.assertEqual((alert["name"], alert["description"]),
+                         ("Quillmore is already running",
+                          "You must quit Quillmore before you can start it again."))
+        self.assertIn("push button", [node["role"] for node in flattened([alert]) if node["name"] == "Quit"])
         self.wait_for_keyboard(1)
         self.display.press("Return")
         ended = running.end()

@@ -17,6 +17,8 @@ public:
     std::vector<platform::Window*> presented;
     std::map<platform::Window*, std::function<void()>> openSheets;
     std::function<void()> onModal;
+    /// Told of each sheet and the window it is put over.
+    std::function<void(platform::Window& sheet, platform::Window& window)> onSheet;
 
     platform::AlertAnswer runModal(const platform::Alert& alert) override {
         alerts.push_back(alert);
@@ -30,8 +32,9 @@ public:
         alertSheets.emplace_back(alert, &window);
     }
     void present(platform::Window& window) override { presented.push_back(&window); }
-    void beginSheet(platform::Window& sheet, platform::Window&,
+    void beginSheet(platform::Window& sheet, platform::Window& window,
                     std::function<void()> didEnd) override {
+        if (onSheet) onSheet(sheet, window);
         openSheets[&sheet] = std::move(didEnd);
     }
     void endSheet(platform::Window& sheet) override {

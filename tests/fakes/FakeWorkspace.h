@@ -16,6 +16,8 @@ public:
     int listings = 0;
     bool launchSucceeds = true;
     std::vector<std::optional<std::string>> launched;
+    /// Called at each launch.
+    std::function<void()> onLaunch;
 
     std::vector<platform::Dictionary> launchedApplications() override {
         if (beforeListing) beforeListing(listings);
@@ -24,6 +26,7 @@ public:
     }
     bool launchApplication(const std::optional<std::string>& path) override {
         launched.push_back(path);
+        if (onLaunch) onLaunch();
         return launchSucceeds && path.has_value();
     }
     /// Paths recycled or meant to be, in order.

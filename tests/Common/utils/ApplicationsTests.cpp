@@ -181,6 +181,25 @@ TEST_F(Applications, RoundsNeverGrowBeyondTwoSeconds) {
     EXPECT_THAT(sleeps(), ElementsAre(0, 0, 0, 0, 1, 1, 2, 2, 2, 2));
 }
 
+TEST_F(Applications, NothingOfAllThisIsLoggedAtTheNormalLevel) {
+    CapturedOutput captured;
+    configureTerminal("normal");
+    captured.take();
+    quitApplication(kFinder, true, 4.0);
+    runFinder();
+    quitApplication(kFinder, true, 4.0);
+    services.appleEvents.buildStatus = -1701;
+    quitApplication(kFinder, true, 4.0);
+    services.appleEvents.buildStatus = 0;
+    services.appleEvents.sendStatus = -600;
+    quitApplication(kFinder, true, 4.0);
+    services.appleEvents.sendStatus = 0;
+    finderGoesAtListing(services.workspace.listings + 1);
+    EXPECT_EQ(quitApplication(kFinder, true, 4.0), std::nullopt);
+    const CapturedOutput::Streams streams = captured.take();
+    EXPECT_EQ(streams.standardOutput + streams.standardError, "");
+}
+
 TEST_F(Applications, ApplicationRunsWhenALaunchedOneHasTheSameIdentifier) {
     services.workspace.addRunning("com.apple.finder2", 1);
     services.workspace.running.push_back({{platform::kApplicationProcessIdentifier, 2}});

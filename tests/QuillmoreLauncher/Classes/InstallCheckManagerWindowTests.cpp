@@ -1,6 +1,8 @@
 #include <condition_variable>
+#include <thread>
 
 #include "tests/fakes/LauncherFixture.h"
+#include "tests/fakes/TestPictures.h"
 
 namespace quillmore::tests {
 namespace {
@@ -64,6 +66,13 @@ TEST_F(InstallCheckWindow, TextsAreSetWhenTheManagerIsMade) {
     EXPECT_EQ(outlets().checkDontInstall.title(), "QuillmoreLauncher_DontInstall");
     EXPECT_EQ(outlets().checkWindow.title(), "Quillmore");
     EXPECT_EQ(outlets().repairProgressText.stringValue(), "QuillmoreLauncher_Installing");
+}
+
+TEST_F(InstallCheckWindow, HeaderGetsTheBrandedLogo) {
+    services.makeResource("appheader_logo.png", bitmapFile(11, 1));
+    services.makeResource("logo-1.bmp", bitmapFile(33, 1));
+    ASSERT_NE(outlets().checkHeaderView.logo(), nullptr);
+    EXPECT_EQ(outlets().checkHeaderView.logo()->size().width, 33);
 }
 
 TEST_F(InstallCheckWindow, TextsAreLocalised) {
@@ -159,6 +168,34 @@ TEST_F(ContinueButton, PutsUpTheSheetAndRunsTheRepairThread) {
     EXPECT_FALSE(outlets().repairProgressIndicator.isAnimating());
     EXPECT_THAT(services.userInterface.openSheets, IsEmpty());
     EXPECT_EQ(services.userInterface.presented.size(), 2U);
+}
+
+TEST_F(ContinueButton, PutsTheSheetOverTheWindowBeforeTheProgressMoves) {
+    bool isSheetOverWindow = false;
+    bool moved = true;
+    services.userInterface.onSheet = [&](platform::Window& over, platform::Window& window) {
+        isSheetOverWindow =
+            &over == &outlets().repairProgressWindow && &window == &outlets().checkWindow;
+        moved = outlets().repairProgressIndicator.isAnimating();
+    };
+    EXPECT_THROW(pressAndWait(), Termination);
+    EXPECT_TRUE(isSheetOverWindow);
+    EXPECT_FALSE(moved);
+}
+
+class NotingClock final : public platform::Clock {
+public:
+    std::thread::id sleeper;
+    WallTime now() const override { return {}; }
+    void sleepFor(Seconds) override { sleeper = std::this_thread::get_id(); }
+};
+
+TEST_F(ContinueButton, RepairRunsOnAThreadOfItsOwn) {
+    NotingClock clock;
+    services.set.clock = &clock;
+    EXPECT_THROW(pressAndWait(), Termination);
+    EXPECT_NE(clock.sleeper, std::thread::id());
+    EXPECT_NE(clock.sleeper, std::this_thread::get_id());
 }
 
 TEST_F(ContinueButton, MayBePressedAgainAfterAFailure) {
