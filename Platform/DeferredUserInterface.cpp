@@ -6,7 +6,16 @@
 
 namespace quillmore::platform {
 
-bool environmentAsksForWindows(const std::function<const char*(const char*)>& variable) {
+namespace {
+#ifdef __APPLE__
+constexpr Displays kDisplays = Displays::always;
+#else
+constexpr Displays kDisplays = Displays::named;
+#endif
+}  // namespace
+
+bool environmentAsksForWindows(const std::function<const char*(const char*)>& variable,
+                               Displays displays) {
     const auto text = [&variable](const char* name) {
         const char* value = variable(name);
         return std::string_view(value != nullptr ? value : "");
@@ -14,11 +23,12 @@ bool environmentAsksForWindows(const std::function<const char*(const char*)>& va
     const std::string_view wanted = text("QUILLMORE_UI");
     if (wanted == "qt") return true;
     if (wanted == "console") return false;
+    if (displays == Displays::always) return true;
     return !text("WAYLAND_DISPLAY").empty() || !text("DISPLAY").empty();
 }
 
 bool environmentAsksForWindows() {
-    return environmentAsksForWindows([](const char* name) { return std::getenv(name); });
+    return environmentAsksForWindows([](const char* name) { return std::getenv(name); }, kDisplays);
 }
 
 DeferredUserInterface::DeferredUserInterface(UserInterface& fallback,

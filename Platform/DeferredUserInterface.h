@@ -9,9 +9,14 @@
 
 namespace quillmore::platform {
 
+/// How a system says that it has a display: by naming it in the environment; or it always has one.
+enum class Displays { named, always };
+
 /// Whether the environment asks for windows: QUILLMORE_UI says "qt" or "console"; without it a
-/// named display (WAYLAND_DISPLAY or DISPLAY) does. `variable` is getenv but for tests.
-bool environmentAsksForWindows(const std::function<const char*(const char*)>& variable);
+/// display does (a named one by WAYLAND_DISPLAY or DISPLAY). `variable` is getenv but for tests.
+bool environmentAsksForWindows(const std::function<const char*(const char*)>& variable,
+                               Displays displays);
+/// The same with this system's displays.
 bool environmentAsksForWindows();
 
 class DeferredUserInterface final : public UserInterface {

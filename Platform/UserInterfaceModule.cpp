@@ -1,11 +1,10 @@
 #include "Platform/UserInterfaceModule.h"
 
-#include <dlfcn.h>
-
 #include "Platform/Application.h"
 #include "Platform/Bundle.h"
 #include "Platform/DrawnView.h"
 #include "Platform/MainQueue.h"
+#include "Platform/Module.h"
 
 namespace quillmore::platform {
 
@@ -52,22 +51,19 @@ std::string_view userInterfaceModuleBuild() {
     return text;
 }
 
+std::string userInterfaceModulePath(const std::string& folder) {
+    return folder + "/" + QUILLMORE_USER_INTERFACE_MODULE_FILE;
+}
+
 std::unique_ptr<UserInterface> makeUserInterfaceOfModule(const std::string& path,
                                                          const UserInterfaceModuleOptions& options,
                                                          std::string& problem) {
-    // Never closed again: a toolkit cannot be unloaded.
-    void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        const char* reason = ::dlerror();
-        problem = reason != nullptr ? reason : path + ": cannot be opened";
-        return nullptr;
-    }
-    const auto entryPoint = reinterpret_cast<UserInterfaceModuleEntryPoint>(
-        ::dlsym(library, kUserInterfaceModuleEntryPointName));
-    const UserInterfaceModule* module = entryPoint != nullptr ? entryPoint() : nullptr;
-    if (module == nullptr || module->version != kUserInterfaceModuleVersion ||
-        module->build != userInterfaceModuleBuild()) {
-        problem = path + ": is not of this version";
+    Module<UserInterfaceModule> library(path, kUserInterfaceModuleEntryPointName,
+                                        kUserInterfaceModuleVersion);
+    const UserInterfaceModule* const module = library.open(problem);
+    if (module == nullptr) return nullptr;
+    if (module->build != userInterfaceModuleBuild()) {
+        problem = notOfThisVersion(path);
         return nullptr;
     }
     return std::unique_ptr<UserInterface>(module->make(options, problem));

@@ -48,17 +48,16 @@ struct UserInterfaceModule {
                            std::string& problem) noexcept;
 };
 
-/// The module's one entry point, looked up by its name below. The object lives for ever.
-extern "C" typedef const UserInterfaceModule* (*UserInterfaceModuleEntryPoint)(void);
-
 /// Raised with every change of what passes the border.
 inline constexpr std::uint32_t kUserInterfaceModuleVersion = 1;
-inline constexpr const char* kUserInterfaceModuleFileName = "libquillmore_qt.so";
+/// Takes no arguments and returns a `const UserInterfaceModule*` that lives for ever.
 inline constexpr const char* kUserInterfaceModuleEntryPointName = "quillmoreUserInterfaceModule";
 
 /// Names the compiler and the layout of the objects that pass the border.
 std::string_view userInterfaceModuleBuild();
 
+/// Where the module lies in a folder: its file bears the name that the build gives to modules.
+std::string userInterfaceModulePath(const std::string& folder);
 /// Opens the module at the path and makes its user interface. Null when the module is missing, of
 /// another build or cannot use the display: `problem` then says why, in one line.
 std::unique_ptr<UserInterface> makeUserInterfaceOfModule(const std::string& path,

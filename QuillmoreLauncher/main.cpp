@@ -56,7 +56,7 @@ int main(int argc, char** argv) {
             if (!platform::environmentAsksForWindows()) return nullptr;
             std::string problem;
             auto windows = platform::makeUserInterfaceOfModule(
-                bundle.plugInsPath() + "/" + platform::kUserInterfaceModuleFileName,
+                platform::userInterfaceModulePath(bundle.plugInsPath()),
                 platform::optionsForBundle(application, bundle,
                                            platform::lastPathComponent(executable), report),
                 problem);

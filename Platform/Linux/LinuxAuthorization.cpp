@@ -1,6 +1,5 @@
 #include "Platform/Linux/LinuxAuthorization.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/syscall.h>
@@ -97,7 +96,11 @@ public:
 };
 
 LinuxAuthorization::LinuxAuthorization(ProcessSpawner& spawner, LinuxAuthorizationOptions options)
-    : spawner_(spawner), options_(std::move(options)), processes_(options_.procFolder) {}
+    : spawner_(spawner),
+      options_(std::move(options)),
+      processes_(options_.procFolder),
+      module_(pathByAppending(options_.moduleFolder, kQuillmorePolkitFileName),
+              kQuillmorePolkitEntryPointName, kQuillmorePolkitVersion) {}
 
 OSStatus LinuxAuthorization::create(std::unique_ptr<AuthorizationReference>& reference) {
     reference.reset(new (std::nothrow) Reference);
@@ -123,8 +126,12 @@ OSStatus LinuxAuthorization::copyRights(AuthorizationReference& reference,
 }
 
 OSStatus LinuxAuthorization::askPolkit(Reference& reference, bool interactionAllowed) {
-    const QuillmorePolkitModule* polkit = module();
-    if (polkit == nullptr) return kAuthorizationInternal;
+    std::string problem;
+    const QuillmorePolkitModule* polkit = module_.open(problem);
+    if (polkit == nullptr) {
+        report(problem);
+        return kAuthorizationInternal;
+    }
     reference.agent.reset();
     const QuillmorePolkitQuestion question{kActions.data(), interactionAllowed ? 1 : 0, &kTerminal};
     QuillmorePolkitAgent* agent = nullptr;
@@ -145,27 +152,6 @@ OSStatus LinuxAuthorization::askPolkit(Reference& reference, bool interactionAll
     }
     report("polkit: " + std::string(text.data()));
     return kAuthorizationInternal;
-}
-
-/// Opened on first use; a failure is tried again next time, the user may have mended it.
-const QuillmorePolkitModule* LinuxAuthorization::module() {
-    const std::lock_guard lock(mutex_);
-    if (module_ != nullptr) return module_;
-    const std::string path = pathByAppending(options_.moduleFolder, kQuillmorePolkitFileName);
-    void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        const char* problem = ::dlerror();
-        report(problem != nullptr ? problem : path + ": cannot be opened");
-        return nullptr;
-    }
-    const auto entryPoint = reinterpret_cast<QuillmorePolkitEntryPoint>(
-        ::dlsym(library, kQuillmorePolkitEntryPointName));
-    const QuillmorePolkitModule* found = entryPoint != nullptr ? entryPoint() : nullptr;
-    if (found == nullptr || found->version != kQuillmorePolkitVersion) {
-        report(path + ": is not of this version");
-        return nullptr;
-    }
-    return module_ = found;
 }
 
 OSStatus LinuxAuthorization::executeWithPrivileges(AuthorizationReference& reference,

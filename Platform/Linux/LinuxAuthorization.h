@@ -7,10 +7,10 @@
 #include <unistd.h>
 
 #include <functional>
-#include <mutex>
 
 #include "Platform/Authorization.h"
 #include "Platform/Linux/ProcFolder.h"
+#include "Platform/Module.h"
 
 struct QuillmorePolkitModule;
 struct QuillmorePolkitAgent;
@@ -57,15 +57,13 @@ public:
 private:
     class Reference;
     OSStatus askPolkit(Reference& reference, bool interactionAllowed);
-    const QuillmorePolkitModule* module();
     OSStatus awaitTool(const Reference& reference, pid_t process);
     void report(const std::string& problem) const;
 
     ProcessSpawner& spawner_;
     const LinuxAuthorizationOptions options_;
     const ProcFolder processes_;
-    std::mutex mutex_;
-    const QuillmorePolkitModule* module_ = nullptr;  // never unloaded: GLib cannot be
+    Module<QuillmorePolkitModule> module_;
 };
 
 }  // namespace quillmore::platform

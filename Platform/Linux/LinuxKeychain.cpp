@@ -1,7 +1,5 @@
 #include "Platform/Linux/LinuxKeychain.h"
 
-#include <dlfcn.h>
-
 #include <array>
 
 #include "Platform/FileManager.h"
@@ -60,6 +58,11 @@ void assign(void* context, const char* bytes, std::size_t length) noexcept {
 
 }  // namespace
 
+LinuxKeychain::LinuxKeychain(LinuxKeychainOptions options)
+    : options_(std::move(options)),
+      module_(pathByAppending(options_.moduleFolder, kQuillmoreSecretFileName),
+              kQuillmoreSecretEntryPointName, kQuillmoreSecretVersion) {}
+
 OSStatus LinuxKeychain::findGenericPassword(const std::string& service, const std::string& account,
                                             std::unique_ptr<KeychainItem>& item) {
     std::string name;
@@ -110,35 +113,18 @@ OSStatus LinuxKeychain::performOn(KeychainItem& item, const Call& call) {
 OSStatus LinuxKeychain::perform(const Subject& subject, const Call& call) {
     if (!isAttribute(subject.service) || !isAttribute(subject.account))
         return kKeychainBadParameter;
-    const QuillmoreSecretModule* secrets = module();
-    if (secrets == nullptr) return kKeychainNotAvailable;
+    std::string cannotBeOpened;
+    const QuillmoreSecretModule* secrets = module_.open(cannotBeOpened);
+    if (secrets == nullptr) {
+        report(cannotBeOpened);
+        return kKeychainNotAvailable;
+    }
     std::array<char, 512> problem{};
     const std::int32_t answer =
         call(*secrets, {subject.service.c_str(), subject.account.c_str(), subject.item.c_str(),
                         problem.data(), problem.size()});
     if (problem[0] != '\0') report("Secret Service: " + std::string(problem.data()));
     return statusOf(answer);
-}
-
-/// Opened on first use; a failure is tried again next time, the user may have mended it.
-const QuillmoreSecretModule* LinuxKeychain::module() {
-    const std::lock_guard lock(mutex_);
-    if (module_ != nullptr) return module_;
-    const std::string path = pathByAppending(options_.moduleFolder, kQuillmoreSecretFileName);
-    void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        const char* problem = ::dlerror();
-        report(problem != nullptr ? problem : path + ": cannot be opened");
-        return nullptr;
-    }
-    const auto entryPoint = reinterpret_cast<QuillmoreSecretEntryPoint>(
-        ::dlsym(library, kQuillmoreSecretEntryPointName));
-    const QuillmoreSecretModule* found = entryPoint != nullptr ? entryPoint() : nullptr;
-    if (found == nullptr || found->version != kQuillmoreSecretVersion) {
-        report(path + ": is not of this version");
-        return nullptr;
-    }
-    return module_ = found;
 }
 
 void LinuxKeychain::report(const std::string& problem) const {

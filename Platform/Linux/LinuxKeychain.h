@@ -3,10 +3,10 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <string>
 
 #include "Platform/Keychain.h"
+#include "Platform/Module.h"
 
 struct QuillmoreSecretModule;
 struct QuillmoreSecretRequest;
@@ -25,7 +25,7 @@ struct LinuxKeychainOptions {
 /// account that is no UTF-8 or holds a zero: kKeychainBadParameter.
 class LinuxKeychain final : public Keychain {
 public:
-    explicit LinuxKeychain(LinuxKeychainOptions options) : options_(std::move(options)) {}
+    explicit LinuxKeychain(LinuxKeychainOptions options);
 
     OSStatus findGenericPassword(const std::string& service, const std::string& account,
                                  std::unique_ptr<KeychainItem>& item) override;
@@ -42,12 +42,10 @@ private:
         std::function<std::int32_t(const QuillmoreSecretModule&, const QuillmoreSecretRequest&)>;
     OSStatus perform(const Subject& subject, const Call& call);
     OSStatus performOn(KeychainItem& item, const Call& call);
-    const QuillmoreSecretModule* module();
     void report(const std::string& problem) const;
 
     const LinuxKeychainOptions options_;
-    std::mutex mutex_;
-    const QuillmoreSecretModule* module_ = nullptr;  // never unloaded: GLib cannot be
+    Module<QuillmoreSecretModule> module_;
 };
 
 }  // namespace quillmore::platform

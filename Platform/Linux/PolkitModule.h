@@ -50,12 +50,10 @@ struct QuillmorePolkitModule {
     /// Ends the agent: its question, if one is open, and all that it holds.
     void (*release)(QuillmorePolkitAgent* agent);
 };
-
-/// The module's one entry point, looked up by its name below. The object lives for ever.
-typedef const QuillmorePolkitModule* (*QuillmorePolkitEntryPoint)(void);
 }
 
 /// Raised with every change of the structures.
 inline constexpr uint32_t kQuillmorePolkitVersion = 2;
 inline constexpr const char* kQuillmorePolkitFileName = "libquillmore_polkit.so";
+/// Takes no arguments and returns a `const QuillmorePolkitModule*` that lives for ever.
 inline constexpr const char* kQuillmorePolkitEntryPointName = "quillmorePolkitModule";

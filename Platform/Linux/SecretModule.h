@@ -45,12 +45,10 @@ struct QuillmoreSecretModule {
     QuillmoreSecretAnswer (*copy)(const QuillmoreSecretRequest* request, QuillmoreSecretSink sink,
                                   void* context);
 };
-
-/// The module's one entry point, looked up by its name below. The object lives for ever.
-typedef const QuillmoreSecretModule* (*QuillmoreSecretEntryPoint)(void);
 }
 
 /// Raised with every change of the structures.
 inline constexpr uint32_t kQuillmoreSecretVersion = 1;
 inline constexpr const char* kQuillmoreSecretFileName = "libquillmore_secret.so";
+/// Takes no arguments and returns a `const QuillmoreSecretModule*` that lives for ever.
 inline constexpr const char* kQuillmoreSecretEntryPointName = "quillmoreSecretModule";

@@ -12,7 +12,8 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "Platform/FileDescriptor.h"
+#include "Platform/Exception.h"
+#include "Platform/Pipes.h"
 
 namespace quillmore::platform {
 
@@ -91,15 +92,17 @@ int waitForEnd(pid_t process) {
 }  // namespace
 
 std::optional<std::string> problemWithDisplay(std::chrono::milliseconds patience) {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) return "no pipe for trying the display";
-    FileDescriptor readEnd(ends[0]);
-    FileDescriptor writeEnd(ends[1]);
+    PipeEnds ends;
+    try {
+        ends = makePipe();
+    } catch (const Exception&) {
+        return "no pipe for trying the display";
+    }
     const pid_t process = ::fork();
     if (process < 0) return "no process for trying the display";
-    if (process == 0) tryDisplay(writeEnd.get());
-    writeEnd.reset();
-    std::optional<std::string> report = readReport(readEnd.get(), patience);
+    if (process == 0) tryDisplay(ends.writeEnd.get());
+    ends.writeEnd.reset();
+    std::optional<std::string> report = readReport(ends.readEnd.get(), patience);
     ::kill(process, SIGKILL);
     const int status = waitForEnd(process);
     if (!report) return "the display does not answer";

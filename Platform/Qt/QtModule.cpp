@@ -49,10 +49,19 @@ void startToolkit() {
     std::atexit(leaveInOrder);
 }
 
+/// On macOS nothing is tried: its window system is closed to a forked child.
+std::optional<std::string> problemWithWindows() {
+#ifdef __APPLE__
+    return std::nullopt;
+#else
+    return problemWithDisplay();
+#endif
+}
+
 UserInterface* make(const UserInterfaceModuleOptions& options, std::string& problem) noexcept {
     try {
         if (qApp == nullptr) {
-            if (auto found = problemWithDisplay()) {
+            if (auto found = problemWithWindows()) {
                 problem = "No window can be shown: " + *found;
                 return nullptr;
             }

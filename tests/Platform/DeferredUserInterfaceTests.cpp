@@ -9,11 +9,13 @@ namespace {
 
 using tests::FakeUserInterface;
 
-bool asks(const std::map<std::string, const char*>& environment) {
-    return environmentAsksForWindows([&](const char* name) -> const char* {
+bool asks(const std::map<std::string, const char*>& environment,
+          Displays displays = Displays::named) {
+    const auto variable = [&](const char* name) -> const char* {
         const auto found = environment.find(name);
         return found == environment.end() ? nullptr : found->second;
-    });
+    };
+    return environmentAsksForWindows(variable, displays);
 }
 
 TEST(ChoiceOfUserInterface, ADisplayAsksForWindows) {
@@ -24,6 +26,11 @@ TEST(ChoiceOfUserInterface, ADisplayAsksForWindows) {
 TEST(ChoiceOfUserInterface, NoDisplayAsksForTheTerminal) {
     EXPECT_FALSE(asks({}));
     EXPECT_FALSE(asks({{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}}));
+}
+
+TEST(ChoiceOfUserInterface, ASystemThatAlwaysHasADisplayNeedsNoNameOfOne) {
+    EXPECT_TRUE(asks({}, Displays::always));
+    EXPECT_FALSE(asks({{"QUILLMORE_UI", "console"}}, Displays::always));
 }
 
 TEST(ChoiceOfUserInterface, TheUserCanAskForOne) {

@@ -20,13 +20,18 @@ protected:
         return makeUserInterfaceOfModule(path, options, problem);
     }
     static std::string other(const char* folder) {
-        return std::string(QUILLMORE_TEST_MODULES) + "/" + folder + "/libquillmore_qt.so";
+        return userInterfaceModulePath(std::string(QUILLMORE_TEST_MODULES) + "/" + folder);
     }
 
     MainQueue queue;
     UserInterfaceModuleOptions options;
     std::string problem;
 };
+
+TEST_F(WindowsModule, IsLookedForByTheNameThatTheBuildGaveIt) {
+    const std::string built = QUILLMORE_TEST_MODULE;
+    EXPECT_EQ(userInterfaceModulePath(built.substr(0, built.rfind('/'))), built);
+}
 
 TEST_F(WindowsModule, AMissingModuleIsSaidByItsPath) {
     EXPECT_EQ(open("/nowhere/libquillmore_qt.so"), nullptr);
