@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -26,6 +27,10 @@ namespace {
         throw Exception(kInvalidArgumentException, "launch path not accessible");
     throw Exception(kInvalidArgumentException, "Couldn't launch \"" + path + "\" (" +
                                                    std::generic_category().message(error) + ")");
+}
+
+bool holdsZero(const std::string& text) {
+    return text.find('\0') != std::string::npos;
 }
 
 class Attributes {
@@ -140,10 +145,11 @@ public:
     }
 
     pid_t spawn(const ProcessRequest& request) override {
-        // The system would read a path or argument only up to a zero byte: never start another
-        // program than the one that was asked for.
-        if (request.launchPath.find('\0') != std::string::npos)
-            raiseNotStarted(request.launchPath, ENOENT);
+        // The system would read a text only up to a zero byte: never start another program than the
+        // one that was asked for, nor with another argument ("/bin/rm" with half a path).
+        if (holdsZero(request.launchPath)) raiseNotStarted(request.launchPath, ENOENT);
+        if (std::ranges::any_of(request.arguments, holdsZero))
+            raiseNotStarted(request.launchPath, EINVAL);
         const Attributes attributes(request);
         const FileActions actions(request);
         std::vector<char*> arguments = pointersTo(request.arguments);

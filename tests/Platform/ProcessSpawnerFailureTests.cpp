@@ -32,6 +32,13 @@ TEST_F(ProcessSpawner, PathIsNotReadOnlyUpToAZeroByte) {
     EXPECT_EQ(reasonForPath("/bin/true\0.txt"s), kNotAccessible);
 }
 
+TEST_F(ProcessSpawner, ArgumentIsNotReadOnlyUpToAZeroByte) {
+    using namespace std::string_literals;
+    ProcessRequest request = shell("exit 0");
+    request.arguments.push_back("/half\0/of it"s);
+    EXPECT_EQ(reasonFor(request), "Couldn't launch \"/bin/sh\" (Invalid argument)");
+}
+
 TEST_F(ProcessSpawner, TextWithoutInterpreterLineCannotBeLaunched) {
     const std::string path = makeFile("exit 0\n", 0755);
     EXPECT_EQ(reasonForPath(path), "Couldn't launch \"" + path + "\" (Exec format error)");

@@ -119,6 +119,18 @@ TEST_F(LinuxAuthorization, ToolPathMustBeAbsolute) {
     EXPECT_TRUE(fake.started.empty());
 }
 
+TEST_F(LinuxAuthorization, TextsThatTheSystemWouldCutAreNotStarted) {
+    const std::string cut("/tmp\0/x", 7);
+    ASSERT_EQ(grant(), 0);
+    EXPECT_EQ(root.executeWithPrivileges(*reference, "/bin/true", {"-rf", cut},
+                                         Authorization::Communications::none, started),
+              platform::kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(root.executeWithPrivileges(*reference, cut, {}, Authorization::Communications::none,
+                                         started),
+              platform::kAuthorizationToolExecuteFailure);
+    EXPECT_EQ(started.process, 0);
+}
+
 TEST_F(LinuxAuthorization, ForeignReferenceIsRefused) {
     platform::AuthorizationReference foreign;
     EXPECT_EQ(root.copyRights(foreign, {kAuthorizationRightAdministrator}, 19),
