@@ -29,10 +29,10 @@ public:
             instance_ = ::OpenDefaultComponent(kOSAComponentType, kAppleScriptSubtype);
         return instance_;
     }
-    std::mutex& mutex() { return mutex_; }
+    std::recursive_mutex& mutex() { return mutex_; }
 
 private:
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;  // a script may bring the same thread back for another
     ComponentInstance instance_ = nullptr;
 };
 

@@ -150,6 +150,19 @@ TEST_F(MacScriptRunner, BooleansComeInEveryForm) {
     EXPECT_FALSE(run(unicodeText("text"))->booleanValue);
 }
 
+TEST_F(MacScriptRunner, ScriptMayBringItsThreadBackForAnother) {
+    int depth = 0;
+    apple::eventsDouble().onExecute = [&] {
+        if (++depth > 1) return;
+        const auto inner = runner.createScript("return 2");
+        std::optional<platform::ScriptDescriptor> innerResult;
+        EXPECT_EQ(runner.execute(*inner, innerResult), 0);
+    };
+    const auto script = runner.createScript(kSource);
+    EXPECT_EQ(runner.execute(*script, result), 0);
+    EXPECT_EQ(depth, 2);
+}
+
 TEST_F(MacScriptRunner, ScriptsMayOutliveTheirRunner) {
     auto shortLived = std::make_unique<platform::MacScriptRunner>();
     auto script = shortLived->createScript(kSource);

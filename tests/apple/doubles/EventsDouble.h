@@ -4,6 +4,7 @@
 
 #include <Carbon/Carbon.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ struct EventsDouble {
     bool hasAppleScript = true;
     /// By source; a source that is not here gives no value.
     std::map<std::string, ScriptValue> values;
+    /// What happens while a script runs.
+    std::function<void()> onExecute;
 };
 
 EventsDouble& eventsDouble();

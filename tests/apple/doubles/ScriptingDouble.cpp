@@ -76,6 +76,7 @@ OSAError OSAExecute(ComponentInstance scriptingComponent, OSAID compiledScriptID
     if (!isComponent(scriptingComponent) || !ledger().isAlive(keyOf(compiledScriptID)))
         ledger().problems.emplace_back("OSAExecute of what is not alive");
     *resultingScriptValueID = kOSANullScript;
+    if (eventsDouble().onExecute) eventsDouble().onExecute();
     if (status != 0) return status;
     const auto value = eventsDouble().values.find(source);
     if (value == eventsDouble().values.end()) return noErr;
