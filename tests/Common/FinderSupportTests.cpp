@@ -1,6 +1,7 @@
 #include "Common/FinderSupport.h"
 
 #include <thread>
+#include <utility>
 
 #include "Common/FinderScripts.h"
 #include "tests/Common/LogTest.h"
@@ -57,6 +58,18 @@ TEST_F(Finder, ScriptsAreMadeOnce) {
     EXPECT_EQ(callsAfterInitialize(), (std::vector<Call>{{"execute", plain}}));
 }
 
+TEST_F(Finder, ThreadsThatComeTogetherMakeTheScriptsOnce) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number)
+        threads.emplace_back([] {
+            EXPECT_THAT(uncached(false), ElementsAre("/a", "/b c"));
+            FinderSupport::sharedManager();
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(services.scriptRunner.alive(), 2);
+    EXPECT_EQ(callsAfterInitialize(), std::vector<Call>(4, {"execute", plain}));
+}
+
 TEST_F(Finder, EveryUseOfTheClassMakesTheScriptsFirst) {
     const std::function<void()> uses[] = {
         [] { FinderSupport::sharedManager(); },
@@ -107,6 +120,19 @@ TEST_F(Finder, FailedScriptAppendsNothing) {
     services.scriptRunner.executeStatus = -1750;
     EXPECT_THAT(uncached(false), IsEmpty());
     EXPECT_THAT(uncached(true), IsEmpty());
+}
+
+TEST_F(Finder, ErrorsOfCompilingAreIgnored) {
+    services.scriptRunner.compileStatus = -1753;
+    services.scriptRunner.teach(showConnectedServersScript(), {fourCharCode("bool"), {}, false});
+    EXPECT_THAT(uncached(false), ElementsAre("/a", "/b c"));
+    EXPECT_THAT(uncached(true), ElementsAre("/r"));
+    EXPECT_FALSE(FinderSupport::showConnectedServersOnDesktop());
+    FinderSupport::setShowConnectedServersOnDesktop(true);
+    FinderSupport::updateFileAtPath("/x");
+    EXPECT_THAT(executed(),
+                ElementsAre(plain, retry, showConnectedServersScript(),
+                            setShowConnectedServersScript(true), updateFileScript("/x")));
 }
 
 TEST_F(Finder, UncachedReadsRunTheScriptEveryTime) {
@@ -195,6 +221,20 @@ TEST_F(FinderCache, ClockThatWasSetBackKeepsTheArray) {
     pass(-3600);
     items(false);
     EXPECT_EQ(executed().size(), 1U);
+}
+
+TEST_F(FinderCache, HitsAndUncachedReadsDoNotWaitForARefresh) {
+    items(false);
+    bool isFirst = true;
+    services.scriptRunner.onExecute = [&] {
+        if (!std::exchange(isFirst, false)) return;
+        std::thread([&] {
+            items(false);
+            EXPECT_THAT(uncached(false), ElementsAre("/a", "/b c"));
+        }).join();
+    };
+    EXPECT_THAT(items(true), ElementsAre("/r"));
+    EXPECT_THAT(executed(), ElementsAre(plain, retry, plain));
 }
 
 TEST_F(FinderCache, ManyThreadsMayAskForRefreshes) {

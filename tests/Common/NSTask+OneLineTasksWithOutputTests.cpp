@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <stdexcept>
+#include <thread>
 
 #include "Platform/NotificationCenter.h"
 #include "Platform/RunLoop.h"
@@ -169,6 +170,25 @@ TEST_F(OneLineTasks, ThousandFailedLaunchesLeakNothing) {
     EXPECT_FALSE(platform::RunLoop::current().runOnce(platform::RunLoop::Seconds(1e9)));
 }
 
+TEST_F(OneLineTasks, ThreadsRunTheirChildrenSideBySideAndHearOnlyTheirOwn) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number)
+        threads.emplace_back([number] {
+            const std::string text = "thread " + std::to_string(number);
+            for (int run = 0; run < 25; ++run) {
+                std::optional<platform::Error> none;
+                std::thread::id thread;
+                EXPECT_EQ(stringByLaunchingPath(
+                              "/bin/echo", {"-n", text},
+                              [&](pid_t) { thread = std::this_thread::get_id(); }, &none),
+                          text);
+                EXPECT_EQ(none, std::nullopt);
+                EXPECT_EQ(thread, std::this_thread::get_id());
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+}
+
 class HeldAuthorization final : public OneLineTasksWithOutput::AuthorizationObject {
 public:
     platform::AuthorizationReference& authorizationRef() override { return reference; }
@@ -251,6 +271,12 @@ TEST_F(PrivilegedOneLineTasks, CharacterThatEndsWithItsChunkIsKept) {
 TEST_F(PrivilegedOneLineTasks, ToolIsNotWaitedForButLeavesNoZombie) {
     run("text");
     EXPECT_EQ(services.processes.abandoned, std::vector<pid_t>{4711});
+}
+
+TEST_F(PrivilegedOneLineTasks, ToolWhoseProcessIsNotKnownIsLeftAlone) {
+    services.authorization.process = 0;
+    EXPECT_EQ(run("text"), "text");
+    EXPECT_EQ(services.processes.abandoned, std::vector<pid_t>{});
 }
 
 TEST_F(PrivilegedOneLineTasks, StreamIsClosed) {

@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <future>
+#include <thread>
+
 #include "tests/Common/LogTest.h"
 
 namespace quillmore::tests {
@@ -137,6 +140,59 @@ TEST_F(TaskOutputReaderTest, LaunchIsNotLoggedAtTheVerboseLevel) {
     EXPECT_EQ(captured.take().standardOutput, "");
 }
 
+TEST_F(TaskOutputReaderTest, LaunchIsLoggedBeforeTheBlockHears) {
+    prepare("exit 0");
+    CapturedOutput captured;
+    configureTerminal("detailed");
+    captured.take();
+    TaskOutputReader reader(task);
+    std::string before;
+    reader.launchTaskAndRunSynchronous([&](pid_t) { before = captured.take().standardOutput; });
+    EXPECT_EQ(messages(before).size(), 1U);
+}
+
+TEST_F(TaskOutputReaderTest, OneStreamForBothIsHeardByTheOutputFirst) {
+    prepare("printf text");
+    task->setStandardError(output);
+    TaskOutputReader reader(task);
+    reader.launchTaskAndRunSynchronous({});
+    EXPECT_EQ(reader.standardOutputData(), "text");
+    EXPECT_EQ(reader.standardErrorData(), "");
+}
+
+TEST_F(TaskOutputReaderTest, OutputIsWaitedForBeforeTheError) {
+    std::string order;
+    const char* const name = "NSFileHandleDataAvailableNotification";
+    observe(name, &output.readEnd(), [&] { order += "output "; });
+    observe(name, &error.readEnd(), [&] { order += "error "; });
+    output.writeEnd().reset();
+    error.writeEnd().reset();
+    const TaskOutputReader reader(task);
+    while (platform::RunLoop::current().runOnce(platform::RunLoop::Seconds(1e9))) {
+    }
+    EXPECT_EQ(order, "output error ");
+}
+
+// The streams are waited for by the thread that made the reader: the other one's run loop is left
+// with nothing to wait for as soon as the child has ended.
+TEST_F(TaskOutputReaderTest, RunLoopWithNothingToWaitForEndsTheRun) {
+    prepare("echo out");
+    auto reader = std::make_unique<TaskOutputReader>(task);
+    std::promise<void> ran;
+    std::promise<void> readerIsGone;
+    std::thread other([&] {
+        reader->launchTaskAndRunSynchronous({});
+        ran.set_value();
+        readerIsGone.get_future().wait();
+    });
+    ran.get_future().wait();
+    EXPECT_EQ(task->terminationStatus(), 0);
+    EXPECT_EQ(reader->standardOutputData(), "");
+    reader.reset();
+    readerIsGone.set_value();
+    other.join();
+}
+
 TEST_F(TaskOutputReaderTest, ReaderRegistersForThreeNotificationsAndTakesThemBack) {
     const std::size_t before = NotificationCenter::defaultCenter().observerCount();
     {
@@ -172,13 +228,14 @@ TEST_F(TaskOutputReaderTest, ProcessIdentifierOfZeroFailsAnAssertion) {
     TaskOutputReader reader(strange);
     EXPECT_EXIT(
         {
-            configureTerminal("error");
+            configureTerminal("detailed");
             std::fflush(nullptr);
             ::dup2(STDERR_FILENO, STDOUT_FILENO);
             reader.launchTaskAndRunSynchronous({});
         },
         testing::KilledBySignal(SIGABRT),
-        "ASSERTION ERROR: pid \\(file \"Common/NSTask\\+OneLineTasksWithOutput.cpp\", line [0-9]+");
+        "Launched process 0\n.*ASSERTION ERROR: pid \\(file "
+        "\"Common/NSTask\\+OneLineTasksWithOutput.cpp\", line [0-9]+");
 }
 
 }  // namespace
