@@ -18,6 +18,9 @@ struct LinuxKeychain::Subject {
 
 namespace {
 
+/// Longer than from one call to the next of an operation, shorter than until a user tries again.
+constexpr std::chrono::seconds kOutOfReachStands(2);
+
 class Item final : public KeychainItem {
 public:
     Item(std::string itsService, std::string itsAccount, std::string itsName)
@@ -113,6 +116,27 @@ OSStatus LinuxKeychain::performOn(KeychainItem& item, const Call& call) {
 OSStatus LinuxKeychain::perform(const Subject& subject, const Call& call) {
     if (!isAttribute(subject.service) || !isAttribute(subject.account))
         return kKeychainBadParameter;
+    OSStatus status = standing();
+    if (status != kKeychainSuccess) return status;
+    status = ask(subject, call);
+    remember(status);
+    return status;
+}
+
+/// What an earlier call ended with, as long as that stands; else success.
+OSStatus LinuxKeychain::standing() {
+    const std::lock_guard lock(mutex_);
+    return options_.now() < outOfReachUntil_ ? outOfReach_ : kKeychainSuccess;
+}
+
+void LinuxKeychain::remember(OSStatus status) {
+    if (status != kKeychainInteractionNotAllowed && status != kKeychainNotAvailable) return;
+    const std::lock_guard lock(mutex_);
+    outOfReach_ = status;
+    outOfReachUntil_ = options_.now() + kOutOfReachStands;
+}
+
+OSStatus LinuxKeychain::ask(const Subject& subject, const Call& call) {
     std::string cannotBeOpened;
     const QuillmoreSecretModule* secrets = module_.open(cannotBeOpened);
     if (secrets == nullptr) {

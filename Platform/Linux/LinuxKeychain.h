@@ -2,7 +2,9 @@
 // Links no GLib; the module that does is opened on first use. Any thread.
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <mutex>
 #include <string>
 
 #include "Platform/Keychain.h"
@@ -18,11 +20,16 @@ struct LinuxKeychainOptions {
     /// Told why the Secret Service could not be used, one line; for the log. Holds no secret.
     /// Called on the asking thread.
     std::function<void(const std::string&)> report;
+    /// Tests turn it by hand.
+    std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
 };
 
 /// A locked keyring is unlocked by the user, who is asked by the desktop; one that stays locked is
 /// kKeychainInteractionNotAllowed. No bus, service or module: kKeychainNotAvailable. A service or
 /// account that is no UTF-8 or holds a zero: kKeychainBadParameter.
+/// Either of the first two stands for two seconds: every call gets it at once, nobody is asked
+/// again. Callers discard an item or write it anew when it could not be read: a keyring that came
+/// back just then would let them hurt one that nothing is wrong with.
 class LinuxKeychain final : public Keychain {
 public:
     explicit LinuxKeychain(LinuxKeychainOptions options);
@@ -41,11 +48,17 @@ private:
     using Call =
         std::function<std::int32_t(const QuillmoreSecretModule&, const QuillmoreSecretRequest&)>;
     OSStatus perform(const Subject& subject, const Call& call);
+    OSStatus ask(const Subject& subject, const Call& call);
+    OSStatus standing();
+    void remember(OSStatus status);
     OSStatus performOn(KeychainItem& item, const Call& call);
     void report(const std::string& problem) const;
 
     const LinuxKeychainOptions options_;
     Module<QuillmoreSecretModule> module_;
+    std::mutex mutex_;
+    OSStatus outOfReach_ = kKeychainSuccess;
+    std::chrono::steady_clock::time_point outOfReachUntil_;
 };
 
 }  // namespace quillmore::platform

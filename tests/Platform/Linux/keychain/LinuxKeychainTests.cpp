@@ -12,6 +12,8 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
+using namespace std::chrono_literals;
 
 class LinuxKeychain : public testing::Test {
 protected:
@@ -21,12 +23,14 @@ protected:
     void use(const std::string& module) {
         keychain = std::make_unique<platform::LinuxKeychain>(platform::LinuxKeychainOptions{
             std::string(QUILLMORE_TEST_MODULES) + "/" + module,
-            [this](const std::string& problem) { problems.push_back(problem); }});
+            [this](const std::string& problem) { problems.push_back(problem); },
+            [this] { return now; }});
     }
     static void answer(const char* number) { ::setenv("QUILLMORE_TEST_SECRET_ANSWER", number, 1); }
     platform::OSStatus find(const std::string& account = "jo") {
         return keychain->findGenericPassword("S", account, item);
     }
+    std::chrono::steady_clock::time_point now;
     std::vector<std::string> problems;
     std::unique_ptr<platform::Keychain> keychain;
     std::unique_ptr<platform::KeychainItem> item;
@@ -37,6 +41,7 @@ TEST_F(LinuxKeychain, EveryAnswerHasItsStatus) {
         {"0", 0},      {"1", -25300}, {"2", -25299}, {"3", -25308},
         {"4", -25291}, {"5", -25304}, {"9", -25291}};
     for (const auto& [number, status] : answers) {
+        now += 2s;  // nothing stands from the answer before
         answer(number);
         EXPECT_EQ(find(), status) << number;
         EXPECT_EQ(keychain->addGenericPassword("S", "jo", "x"), status) << number;
@@ -62,9 +67,41 @@ TEST_F(LinuxKeychain, CopyReplacesTheDataOnSuccessOnly) {
     answer("3");
     EXPECT_EQ(keychain->copyData(*item, data), platform::kKeychainInteractionNotAllowed);
     EXPECT_EQ(data, "before");
+    now += 2s;
     answer("0");
     EXPECT_EQ(keychain->copyData(*item, data), 0);
     EXPECT_EQ(data, std::string("a\0b", 3));
+}
+
+TEST_F(LinuxKeychain, OutOfReachStandsForEveryCallThatFollowsAndNobodyIsAskedAgain) {
+    for (const auto& [number, status] : {std::pair("3", -25308), std::pair("4", -25291)}) {
+        answer("0");
+        ASSERT_EQ(find(), 0);
+        answer(number);
+        std::string data;
+        EXPECT_EQ(keychain->copyData(*item, data), status);
+        answer("0");
+        problems.clear();
+        now += 1999ms;
+        EXPECT_EQ(find(), status);
+        EXPECT_EQ(find("al"), status);
+        EXPECT_EQ(keychain->copyData(*item, data), status);
+        EXPECT_EQ(keychain->addGenericPassword("S", "jo", "x"), status);
+        EXPECT_EQ(keychain->modifyContent(*item, "x"), status);
+        EXPECT_EQ(keychain->deleteItem(*item), status);
+        EXPECT_THAT(problems, IsEmpty());
+        now += 1ms;
+        EXPECT_EQ(find(), 0);
+    }
+}
+
+TEST_F(LinuxKeychain, OtherAnswersDoNotStand) {
+    for (const char* number : {"1", "2", "5"}) {
+        answer(number);
+        EXPECT_NE(find(), 0);
+        answer("0");
+        EXPECT_EQ(find(), 0) << number;
+    }
 }
 
 TEST_F(LinuxKeychain, ItemIsLeftAloneWhenNothingWasFound) {
@@ -79,7 +116,7 @@ TEST_F(LinuxKeychain, TextThatCannotBeAnAttributeIsABadParameter) {
         EXPECT_EQ(find(bad), platform::kKeychainBadParameter);
         EXPECT_EQ(keychain->addGenericPassword(bad, "jo", "x"), platform::kKeychainBadParameter);
     }
-    EXPECT_THAT(problems, testing::IsEmpty());
+    EXPECT_THAT(problems, IsEmpty());
 }
 
 TEST_F(LinuxKeychain, ItemOfAnotherKeychainIsInvalid) {
