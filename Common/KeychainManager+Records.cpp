@@ -36,22 +36,14 @@ Text secretIn(const Dictionary& record, const char* key) {
     return makeSecret(std::string_view(*value->string()));
 }
 
-void logWriteFailure(OSStatus status) {
-    logNormal("Failed to write keychain item ( error = %d )", status);
-}
-
 }  // namespace
 
-/// A missing, empty or unparseable record is an empty one. The status of a keychain that cannot be
-/// asked is passed on: nothing is known of the record then, and nothing may take its place.
-OSStatus KeychainManager::readRecord(const std::string& user, Dictionary& record) {
+/// A missing, unreadable, empty or unparseable record is an empty one.
+Dictionary KeychainManager::readRecord(const std::string& user) {
     Wiped<Text> text;
-    const OSStatus status = secKeychainFindGenericPassword(&*text, user);
-    if (platform::isOutOfReach(status)) return status;
-    if (isEmpty(*text)) return platform::kKeychainSuccess;
-    Wiped<std::optional<Dictionary>> parsed(JSONEncoder::createObjFromJSONStr(**text));
-    if (*parsed) record.swap(**parsed);
-    return platform::kKeychainSuccess;
+    secKeychainFindGenericPassword(&*text, user);
+    if (isEmpty(*text)) return {};
+    return JSONEncoder::createObjFromJSONStr(**text).value_or(Dictionary());
 }
 
 OSStatus KeychainManager::writeRecord(const std::string& user, const Dictionary& record) {
@@ -63,38 +55,31 @@ bool KeychainManager::savePassword(const Text& password, const Text& forUser,
                                    const bool* keepLoggedin) {
     if (isEmpty(forUser)) return false;
     if (isEmpty(password) && keepLoggedin == nullptr) return false;
-    Wiped<Dictionary> record;
-    if (const OSStatus status = readRecord(*forUser, *record); status != 0) {
-        logWriteFailure(status);
-        return false;
-    }
+    Wiped<Dictionary> record(readRecord(*forUser));
     if (keepLoggedin != nullptr) (*record)[kKeychainKeepSignedIn] = *keepLoggedin;
     if (password) setSecret(*record, kKeychainPassword, *password);
     const OSStatus status = writeRecord(*forUser, *record);
     if (status == platform::kKeychainSuccess) return true;
-    logWriteFailure(status);
+    logNormal("Failed to write keychain item ( error = %d )", status);
     secKeychainRemoveAllItemsWithUserName(forUser);
     return false;
 }
 
-/// Moves the item of the older service, if there is one. Written before the old one is deleted:
-/// whatever happens in between, one of the two holds the password.
-OSStatus KeychainManager::takeOverLegacyService(const std::string& user, Text& text) {
-    const OSStatus status = secKeychainFindGenericPassword(&text, user, kLegacyService);
-    if (status != platform::kKeychainSuccess) return status;
-    const OSStatus written =
-        text ? modifyOrAdd(*text, user, serviceName()) : platform::kKeychainSuccess;
-    if (written == platform::kKeychainSuccess)
-        secKeychainRemoveAllItemsWithUserName(user, kLegacyService);
-    return written;
+/// Moves the item of the older service, if there is one. Written before the old one is deleted, and
+/// that only once the new one is there: the record may hold the only copy of the encryption key, so
+/// whatever fails or ends in between, one of the two items must have it.
+void KeychainManager::takeOverLegacyService(const std::string& user, Text& text) {
+    if (secKeychainFindGenericPassword(&text, user, kLegacyService) != platform::kKeychainSuccess)
+        return;
+    if (text && modifyOrAdd(*text, user, serviceName()) != platform::kKeychainSuccess) return;
+    secKeychainRemoveAllItemsWithUserName(user, kLegacyService);
 }
 
 Text KeychainManager::getPasswordForUser(const Text& user, bool* keepLoggedin) {
-    Text found;
-    const OSStatus status = secKeychainFindGenericPassword(&found, user);
+    Wiped<Text> text;
+    const OSStatus status = secKeychainFindGenericPassword(&*text, user);
     if (status == platform::kKeychainItemNotFound && serviceName() != kLegacyService)
-        takeOverLegacyService(*user, found);
-    Wiped<Text> text(std::move(found));
+        takeOverLegacyService(*user, *text);
     if (isEmpty(*text)) return std::nullopt;
 
     Wiped<std::optional<Dictionary>> record(JSONEncoder::createObjFromJSONStr(**text));
@@ -130,23 +115,20 @@ void KeychainManager::removeSkipAuthForUser(const Text& user) {
 
 bool KeychainManager::flagExistsForKey(const Text& key, const Text& forUser) {
     if (isEmpty(key) || isEmpty(forUser)) return false;
-    Wiped<Dictionary> record;
-    readRecord(*forUser, *record);
+    const Wiped<Dictionary> record(readRecord(*forUser));
     return platform::find(*record, *key) != nullptr;
 }
 
 bool KeychainManager::flagForKey(const Text& key, const Text& forUser) {
     if (isEmpty(key) || isEmpty(forUser)) return false;
-    Wiped<Dictionary> record;
-    readRecord(*forUser, *record);
+    const Wiped<Dictionary> record(readRecord(*forUser));
     const Value* flag = platform::find(*record, *key);
     return flag != nullptr && flag->boolValue();
 }
 
 void KeychainManager::setFlag(bool flag, const Text& forKey, const Text& forUser) {
     if (isEmpty(forKey) || isEmpty(forUser)) return;
-    Wiped<Dictionary> record;
-    readRecord(*forUser, *record);
+    Wiped<Dictionary> record(readRecord(*forUser));
     if (record->empty()) return;
     Value& entry = (*record)[*forKey];
     platform::wipe(entry);
@@ -156,8 +138,7 @@ void KeychainManager::setFlag(bool flag, const Text& forKey, const Text& forUser
 
 void KeychainManager::removeFlagForKey(const Text& key, const Text& forUser) {
     if (isEmpty(key) || isEmpty(forUser)) return;
-    Wiped<Dictionary> record;
-    readRecord(*forUser, *record);
+    Wiped<Dictionary> record(readRecord(*forUser));
     const auto found = record->find(*key);
     if (found == record->end()) return;
     platform::wipe(found->second);
@@ -167,16 +148,14 @@ void KeychainManager::removeFlagForKey(const Text& key, const Text& forUser) {
 
 bool KeychainManager::saveEncryptionKey(const Text& key, const Text& forUser) {
     if (!key || isEmpty(forUser)) return false;
-    Wiped<Dictionary> record;
-    if (readRecord(*forUser, *record) != platform::kKeychainSuccess) return false;
+    Wiped<Dictionary> record(readRecord(*forUser));
     setSecret(*record, kKeychainEncryptionKey, *key);
     return writeRecord(*forUser, *record) == platform::kKeychainSuccess;
 }
 
 Text KeychainManager::getEncryptionKeyForUser(const Text& user) {
     if (isEmpty(user)) return std::nullopt;
-    Wiped<Dictionary> record;
-    readRecord(*user, *record);
+    const Wiped<Dictionary> record(readRecord(*user));
     return secretIn(*record, kKeychainEncryptionKey);
 }
 

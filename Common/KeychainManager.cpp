@@ -88,9 +88,9 @@ OSStatus KeychainManager::secKeychainFindGenericPassword(Text* outString, const 
     const OSStatus status = keychain()->copyData(*item, *data);
     if (status != platform::kKeychainSuccess) {
         logNormal("Failed to read keychain item ( error = %d )", status);
-        // An unreadable item is discarded, but not for a keychain that was locked or went away.
-        // That it is looked for under the default service is deliberate, wherever it was found.
-        if (!platform::isOutOfReach(status)) secKeychainRemoveAllItemsWithUserName(userName);
+        // Deliberate: an unreadable item is discarded whatever the status, and looked for under the
+        // default service wherever it was found.
+        secKeychainRemoveAllItemsWithUserName(userName);
         return status;
     }
     if (outString != nullptr && !*outString && !data->empty() && platform::isUtf8(*data))

@@ -78,9 +78,9 @@ public:
 private:
     OSStatus modifyOrAdd(std::string_view data, const std::string& userName,
                          const std::string& serviceName);
-    OSStatus readRecord(const std::string& user, platform::Dictionary& record);
+    platform::Dictionary readRecord(const std::string& user);
     OSStatus writeRecord(const std::string& user, const platform::Dictionary& record);
-    OSStatus takeOverLegacyService(const std::string& user, Text& text);
+    void takeOverLegacyService(const std::string& user, Text& text);
 };
 
 }  // namespace quillmore

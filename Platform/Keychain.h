@@ -19,11 +19,6 @@ inline constexpr OSStatus kKeychainItemNotFound = -25300;
 inline constexpr OSStatus kKeychainInvalidItem = -25304;  ///< The item went since it was found.
 inline constexpr OSStatus kKeychainInteractionNotAllowed = -25308;  ///< Locked, and stays locked.
 
-/// Locked or gone: such a status says nothing of the item itself, which may well be there.
-inline bool isOutOfReach(OSStatus status) {
-    return status == kKeychainNotAvailable || status == kKeychainInteractionNotAllowed;
-}
-
 /// An item that was found; it may go from the keychain all the same. Each body derives its own.
 class KeychainItem {
 public:

@@ -1,6 +1,8 @@
+// The record of an account: what is written, read, kept and discarded.
+#include <functional>
+
 #include "Common/KeyList.h"
-#include "Common/KeychainManager.h"
-#include "tests/Common/LogTest.h"
+#include "tests/Common/KeychainRecordTest.h"
 
 namespace quillmore::tests {
 namespace {
@@ -10,18 +12,8 @@ using testing::IsEmpty;
 using testing::Pair;
 using Text = KeychainManager::Text;
 
-constexpr auto kAbsent = std::nullopt;
 constexpr bool kYes = true;
 constexpr bool kNo = false;
-constexpr const char* kItem = "ProductName/jo";
-constexpr const char* kLegacyItem = "Quillmore/jo";
-
-class KeychainRecord : public LogTest {
-protected:
-    std::string& record() { return services.keychain.items[kItem]; }
-    std::map<std::string, std::string>& items = services.keychain.items;
-    KeychainManager manager;
-};
 
 TEST_F(KeychainRecord, PasswordIsStoredWithTheChoice) {
     EXPECT_TRUE(manager.savePassword("pw", "jo", &kYes));
@@ -76,21 +68,61 @@ TEST_F(KeychainRecord, FailedSaveIsLoggedAndTheItemDiscarded) {
               line("(nrm)", "Failed to write keychain item ( error = -61 )"));
 }
 
+TEST_F(KeychainRecord, FailedSaveIsLoggedWhereThereWasNothing) {
+    CapturedOutput output;
+    services.keychain.addStatus = -61;
+    EXPECT_FALSE(manager.savePassword("new", "jo", nullptr));
+    EXPECT_EQ(output.take().standardOutput,
+              line("(nrm)", "Failed to write keychain item ( error = -61 )"));
+    EXPECT_THAT(services.keychain.calls, ElementsAre("find ProductName/jo", "find ProductName/jo",
+                                                     "add ProductName/jo", "find ProductName/jo"));
+}
+
 TEST_F(KeychainRecord, KeychainOutOfReachIsNeitherOverwrittenNorEmptied) {
     CapturedOutput output;
     record() = R"({"encryptionKey":"k"})";
+    FakeKeychain& keychain = services.keychain;
     for (const auto status :
          {platform::kKeychainNotAvailable, platform::kKeychainInteractionNotAllowed}) {
-        services.keychain.findStatus = status;
+        keychain.findStatus = keychain.addStatus = status;
         EXPECT_FALSE(manager.savePassword("new", "jo", &kYes));
         EXPECT_FALSE(manager.saveEncryptionKey("new", "jo"));
         manager.setSkipAuth(true, "jo");
+        EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), kAbsent);
+        EXPECT_FALSE(manager.removePassword("jo"));
         EXPECT_EQ(output.take().standardOutput,
                   line("(nrm)",
                        "Failed to write keychain item ( error = " + std::to_string(status) + " )"));
     }
     EXPECT_THAT(items, ElementsAre(Pair(kItem, R"({"encryptionKey":"k"})")));
-    EXPECT_THAT(services.keychain.calls, testing::Each("find ProductName/jo"));
+}
+
+TEST_F(KeychainRecord, UnreadableRecordIsDiscardedByEveryReaderAndLogged) {
+    const std::function<void()> readers[] = {
+        [&] { EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), kAbsent); },
+        [&] { EXPECT_EQ(manager.getEncryptionKeyForUser("jo"), kAbsent); },
+        [&] { EXPECT_FALSE(manager.skipAuthForUser("jo")); },
+        [&] { EXPECT_FALSE(manager.flagExistsForKey("f", "jo")); },
+        [&] { manager.setFlag(true, "f", "jo"); },
+        [&] { manager.removeFlagForKey("f", "jo"); }};
+    services.keychain.copyStatus = -36;
+    for (const auto& reader : readers) {
+        CapturedOutput output;
+        items = {{kItem, R"({"f":true,"password":"pw"})"}, {kLegacyItem, "old"}};
+        reader();
+        EXPECT_THAT(items, ElementsAre(Pair(kLegacyItem, "old")));
+        EXPECT_EQ(output.take().standardOutput,
+                  line("(nrm)", "Failed to read keychain item ( error = -36 )"));
+    }
+}
+
+TEST_F(KeychainRecord, UnreadableRecordIsReplacedBySaving) {
+    record() = R"({"encryptionKey":"k"})";
+    services.keychain.copyStatus = -36;
+    EXPECT_TRUE(manager.savePassword("pw", "jo", nullptr));
+    EXPECT_EQ(record(), R"({"password":"pw"})");
+    EXPECT_TRUE(manager.saveEncryptionKey("k2", "jo"));
+    EXPECT_EQ(record(), R"({"encryptionKey":"k2"})");
 }
 
 TEST_F(KeychainRecord, PasswordAndChoiceAreReadBack) {
@@ -130,61 +162,6 @@ TEST_F(KeychainRecord, RecordWithoutAPasswordGivesItsText) {
         EXPECT_FALSE(keep);
         EXPECT_EQ(record(), text);
     }
-}
-
-TEST_F(KeychainRecord, BarePasswordBecomesARecord) {
-    record() = "old secret";
-    bool keep = false;
-    EXPECT_EQ(manager.getPasswordForUser("jo", &keep), "old secret");
-    EXPECT_TRUE(keep);
-    EXPECT_EQ(record(), R"({"keepSignedIn":true,"password":"old secret"})");
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), "old secret");
-}
-
-TEST_F(KeychainRecord, BarePasswordIsGivenEvenWhenItsRecordCannotBeWritten) {
-    record() = "old secret";
-    services.keychain.modifyStatus = -1;
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), "old secret");
-    EXPECT_EQ(record(), "old secret");
-}
-
-TEST_F(KeychainRecord, ItemOfTheOlderServiceIsMoved) {
-    items[kLegacyItem] = R"({"password":"pw","keepSignedIn":true})";
-    bool keep = false;
-    EXPECT_EQ(manager.getPasswordForUser("jo", &keep), "pw");
-    EXPECT_TRUE(keep);
-    EXPECT_THAT(items, ElementsAre(Pair(kItem, R"({"password":"pw","keepSignedIn":true})")));
-}
-
-TEST_F(KeychainRecord, BarePasswordOfTheOlderServiceTakesBothSteps) {
-    items[kLegacyItem] = "pw";
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), "pw");
-    EXPECT_THAT(items, ElementsAre(Pair(kItem, R"({"keepSignedIn":true,"password":"pw"})")));
-}
-
-TEST_F(KeychainRecord, OlderItemStaysUntilTheNewOneIsWritten) {
-    items[kLegacyItem] = "pw";
-    services.keychain.addStatus = -1;
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), "pw");
-    EXPECT_THAT(items, ElementsAre(Pair(kLegacyItem, "pw")));
-}
-
-TEST_F(KeychainRecord, OlderServiceIsAskedOnlyWhenNothingWasFound) {
-    items[kLegacyItem] = "pw";
-    services.keychain.findStatus = platform::kKeychainInteractionNotAllowed;
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), kAbsent);
-    services.keychain.findStatus = 0;
-    record() = R"({"password":"new"})";
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), "new");
-    EXPECT_TRUE(items.contains(kLegacyItem));
-}
-
-TEST_F(KeychainRecord, OlderServiceIsNotAskedWhenItIsTheCurrentOne) {
-    services.makeResource("en.lproj/Localizable.strings",
-                          std::string("\"ProductName\" = \"Quillmore\";"));
-    services.useLanguages({"en"});
-    EXPECT_EQ(manager.getPasswordForUser("jo", nullptr), kAbsent);
-    EXPECT_THAT(services.keychain.calls, ElementsAre("find Quillmore/jo"));
 }
 
 TEST_F(KeychainRecord, RemovingThePasswordRemovesTheWholeRecord) {
@@ -235,6 +212,16 @@ TEST_F(KeychainRecord, AbsentFlagIsRemovedWithoutAWrite) {
     manager.removeSkipAuthForUser("jo");
     EXPECT_THAT(services.keychain.calls,
                 testing::Not(testing::Contains(testing::StartsWith("modify"))));
+}
+
+TEST_F(KeychainRecord, FailedWriteOfAFlagKeepsTheItemAndIsNotLogged) {
+    CapturedOutput output;
+    record() = R"({"f":true,"password":"pw"})";
+    services.keychain.modifyStatus = -61;
+    manager.setFlag(false, "f", "jo");
+    manager.removeFlagForKey("f", "jo");
+    EXPECT_EQ(record(), R"({"f":true,"password":"pw"})");
+    EXPECT_EQ(output.take().standardOutput, "");
 }
 
 TEST_F(KeychainRecord, LastFlagLeavesAnEmptyRecord) {

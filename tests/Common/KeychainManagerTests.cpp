@@ -154,17 +154,21 @@ TEST_F(Keychain, UnreadableItemIsLoggedAndDiscardedUnderTheDefaultService) {
               line("(nrm)", "Failed to read keychain item ( error = -25293 )"));
 }
 
-TEST_F(Keychain, ItemOfAKeychainThatWasLockedOrWentAwayMeanwhileIsKept) {
-    CapturedOutput output;
-    keychain.items["ProductName/jo"] = "secret";
+TEST_F(Keychain, UnreadableItemIsDiscardedWhateverTheStatus) {
     for (const auto status :
-         {platform::kKeychainNotAvailable, platform::kKeychainInteractionNotAllowed}) {
+         {kAuthFailed, platform::kKeychainNotAvailable, platform::kKeychainInteractionNotAllowed}) {
+        CapturedOutput output;
+        keychain.items["ProductName/jo"] = "secret";
         keychain.copyStatus = status;
-        Text text;
-        EXPECT_EQ(manager.secKeychainFindGenericPassword(&text, "jo"), status);
-        EXPECT_THAT(output.take().standardOutput, testing::HasSubstr("Failed to read"));
+        keychain.calls.clear();
+        EXPECT_EQ(manager.secKeychainFindGenericPassword(nullptr, "jo"), status);
+        EXPECT_THAT(keychain.calls, ElementsAre("find ProductName/jo", "copy ProductName/jo",
+                                                "find ProductName/jo", "delete ProductName/jo"));
+        EXPECT_THAT(keychain.items, IsEmpty());
+        EXPECT_EQ(output.take().standardOutput,
+                  line("(nrm)",
+                       "Failed to read keychain item ( error = " + std::to_string(status) + " )"));
     }
-    EXPECT_EQ(keychain.items.size(), 1u);
 }
 
 TEST_F(Keychain, RemoveDeletesOneItemACall) {

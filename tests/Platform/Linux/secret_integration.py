@@ -70,6 +70,13 @@ class Session:
         wait_until(lambda: "true" in self.send("org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner",
                                                f"string:{SECRETS}"))
 
+    def kill_keyring(self):
+        self.kill(self.keyring)
+
+    def restart_keyring(self):
+        self.kill_keyring()
+        self.start_keyring()
+
     def send(self, destination, path, method, *arguments):
         return subprocess.run(["dbus-send", "--session", "--print-reply", f"--dest={destination}", path, method,
                                *arguments], env=self.environment, stdout=subprocess.PIPE,
@@ -120,6 +127,17 @@ class Probe:
                 return line.rstrip("\n")
             self.log += line
 
+    def stopping(self, line, *stops):
+        """Answers the line. Each stop is a call of the keychain and what happens just before it."""
+        self("stop " + " ".join(call for call, _ in stops))
+        answer = self(line)
+        for call, happens in stops:
+            if answer != f"at {call}":
+                raise AssertionError(f"not at {call}: {answer}")
+            happens()
+            answer = self("")
+        return answer
+
     def end(self):
         """What it said of problems, and its exit status."""
         self.process.stdin.close()
@@ -148,8 +166,7 @@ class SecretTest(unittest.TestCase):
     def test_record_outlives_program_and_service(self):
         session = self.session()
         session.probe()("save jo pw")
-        session.kill(session.keyring)
-        session.start_keyring()
+        session.restart_keyring()
         self.assertEqual(session.probe()("get jo"), "pw")
 
     def test_accounts_are_told_apart(self):
@@ -229,8 +246,7 @@ class SecretTest(unittest.TestCase):
         self.assertEqual(probe("save jo other"), "no")
         self.assertEqual(probe("savekey jo other"), "no")
         self.assertEqual(probe("remove jo"), "no")
-        session.kill(session.keyring)
-        session.start_keyring()
+        session.restart_keyring()
         self.assertEqual(probe("get jo"), "pw kept")
         self.assertEqual(probe("getkey jo"), "key")
         self.assertIn("Failed to write keychain item ( error = -25308 )", probe.log)
@@ -243,14 +259,98 @@ class SecretTest(unittest.TestCase):
         session.lock()
         for call in ("copy", "modify x", "delete"):
             self.assertEqual(probe(call), LOCKED)
-        session.kill(session.keyring)
-        session.start_keyring()
+        session.restart_keyring()
         self.assertEqual(probe("get jo"), "pw")
+
+    # What cannot be read is discarded, and so is what a password cannot be saved to. The keyring must
+    # be out of reach of that, even when it is back the moment after.
+
+    def session_with_record(self):
+        session = self.session()
+        probe = session.probe()
+        probe("save jo pw 1")
+        probe("savekey jo key")
+        return session, probe
+
+    def assert_record_is_whole(self, probe):
+        self.assertEqual(probe("get jo"), "pw kept")
+        self.assertEqual(probe("getkey jo"), "key")
+
+    def test_item_locked_before_it_is_read_is_not_discarded(self):
+        session, probe = self.session_with_record()
+        for line in ("get jo", "getkey jo"):
+            answer = probe.stopping(line, ("copy", session.lock), ("find", lambda: None))
+            self.assertEqual(answer, "(none)")
+            session.restart_keyring()
+        self.assertEqual(probe.log.count("Failed to read keychain item ( error = -25308 )"), 2)
+        self.assert_record_is_whole(probe)
+
+    def test_item_of_a_service_killed_before_it_is_read_is_not_discarded(self):
+        session, probe = self.session_with_record()
+        answer = probe.stopping("get jo", ("copy", session.kill_keyring), ("find", lambda: None))
+        self.assertEqual(answer, "(none)")
+        self.assertIn("Failed to read keychain item ( error = -25291 )", probe.log)
+        session.start_keyring()
+        self.assert_record_is_whole(probe)
+
+    def test_item_that_could_not_be_read_stays_though_the_keyring_comes_back_at_once(self):
+        session, probe = self.session_with_record()
+        for hides in (session.lock, session.kill_keyring):
+            answer = probe.stopping("get jo", ("copy", hides), ("find", session.restart_keyring))
+            self.assertEqual(answer, "(none)")
+            self.assert_record_is_whole(probe)
+
+    def test_item_that_could_not_be_written_stays_though_the_keyring_comes_back_at_once(self):
+        session, probe = self.session_with_record()
+        for hides, status in ((session.lock, LOCKED), (session.kill_keyring, NOT_AVAILABLE)):
+            answer = probe.stopping("save jo other", ("modify", hides), ("find", session.restart_keyring))
+            self.assertEqual(answer, "no")
+            self.assertIn(f"Failed to write keychain item ( error = {status} )", probe.log)
+            self.assert_record_is_whole(probe)
+
+    def test_record_that_could_not_be_read_is_not_written_anew_when_the_keyring_comes_back_at_once(self):
+        session, probe = self.session_with_record()
+        for line in ("save jo other", "savekey jo other"):
+            for call in ("find", "copy"):
+                for hides in (session.lock, session.kill_keyring):
+                    answer = probe.stopping(line, (call, hides), ("find", session.restart_keyring))
+                    self.assertEqual(answer, "no", line)
+                    self.assert_record_is_whole(probe)
+
+    def test_older_item_stays_when_the_keyring_goes_before_or_after_the_new_one_is_written(self):
+        session = self.session()
+        probe = session.probe()
+        probe('add Quillmore jo {"password":"pw"}')
+        for call in ("add", "delete"):
+            self.assertEqual(probe.stopping("get jo", (call, session.kill_keyring)), "pw")
+            session.start_keyring()
+            self.assertEqual(probe("find Quillmore jo"), '0 {"password":"pw"}')
+            probe("remove jo")
+
+    def test_problems_and_log_name_neither_secrets_nor_accounts(self):
+        session = self.session()
+        probe = session.probe()
+        probe("save some-account some-password 1")
+        probe("savekey some-account some-key")
+        probe("add ProductName other-account some-password")
+        for hides in (session.lock, session.kill_keyring):
+            for line, call in (("get some-account", "find"), ("get some-account", "copy"),
+                               ("get other-account", "modify"), ("save some-account some-password", "modify"),
+                               ("save new-account some-password", "add"), ("remove some-account", "delete")):
+                probe.stopping(line, (call, hides))
+                session.restart_keyring()
+        problems, _ = probe.end()
+        self.assertIn("locked", problems)
+        self.assertIn(SECRETS, problems)
+        self.assertIn("Failed to read", probe.log)
+        self.assertIn("Failed to write", probe.log)
+        for word in ("some-", "other-account", "new-account"):
+            self.assertNotIn(word, problems + probe.log)
 
     def test_keyring_that_nobody_unlocked_is_locked(self):
         session = self.session()
         session.probe()("save jo pw")
-        session.kill(session.keyring)
+        session.kill_keyring()
         session.start_keyring(password=None)
         probe = session.probe()
         self.assertEqual(probe("find ProductName jo"), LOCKED)
@@ -281,7 +381,7 @@ class SecretTest(unittest.TestCase):
         probe("save jo pw")
         probe("savekey jo key")
         self.assertTrue(probe("find ProductName jo").startswith("0 "))
-        session.kill(session.keyring)
+        session.kill_keyring()
         for call in ("copy", "modify x", "delete"):
             self.assertEqual(probe(call), NOT_AVAILABLE)
         self.assertEqual(probe("get jo"), "(none)")
@@ -295,8 +395,7 @@ class SecretTest(unittest.TestCase):
         probe = session.probe()
         probe("save jo pw")
         probe("find ProductName jo")
-        session.kill(session.keyring)
-        session.start_keyring()
+        session.restart_keyring()
         self.assertEqual(probe("copy"), '0 {"password":"pw"}')
         self.assertEqual(probe("modify new"), "0")
         self.assertEqual(probe("delete"), "0")
@@ -307,7 +406,7 @@ class SecretTest(unittest.TestCase):
         probe("save jo pw")
         os.kill(session.keyring.pid, 19)  # it takes the call and never answers
         print("find ProductName jo", file=probe.process.stdin, flush=True)
-        session.kill(session.keyring)
+        session.kill_keyring()
         self.assertEqual(probe.answer(), NOT_AVAILABLE)
 
     def test_bus_that_goes_away_between_two_calls_does_not_end_the_process(self):
@@ -316,7 +415,7 @@ class SecretTest(unittest.TestCase):
         probe("save jo pw")
         session.kill(session.bus)
         self.assertEqual(probe("get jo"), "(none)")
-        session.kill(session.keyring)
+        session.kill_keyring()
         session.start_bus()
         session.start_keyring()
         self.assertEqual(probe("get jo"), "pw")
@@ -339,9 +438,14 @@ class SecretTest(unittest.TestCase):
             self.assertNotIn(library, linked)
 
     def test_no_copy_of_a_password_stays_in_memory(self):
-        probe = self.session().probe()
+        session = self.session()
+        probe = session.probe()
         self.assertEqual(probe("left jo"), "0")
         self.assertEqual(probe("left jo"), "0")
+        for call in ("copy", "modify"):
+            for hides in (session.lock, session.kill_keyring):
+                self.assertEqual(probe.stopping("left jo", (call, hides)), "0 not read back")
+                session.restart_keyring()
 
 
 def main():

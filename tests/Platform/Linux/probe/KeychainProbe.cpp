@@ -11,76 +11,81 @@
 //   getkey USER              the encryption key
 //   remove USER              whether something was removed
 //   brand                    the brand number, which is read through the users' settings
-//   left USER                copies in memory of a password that was saved and read
+//   left USER                copies in memory of a password that was saved and read, as a key too
 //   mapped TEXT              whether a library of that name is mapped
+//   stop CALL...             "done"; the next such calls of the keychain manager wait, each in
+//   turn,
+//                            with "at CALL" until they are given a line
+// Its clock stands still while it answers, and an hour passes before each line. The log is the most
+// detailed one, on standard output.
 // Arguments: the folder of the secret module, a folder for settings. Problems go to standard error.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <array>
+#include <deque>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
 #include "Common/BrandingManager.h"
 #include "Common/KeychainManager.h"
-#include "Platform/FileDescriptor.h"
+#include "Common/utils/Logging.h"
 #include "Platform/FileManager.h"
 #include "Platform/Linux/LinuxKeychain.h"
 #include "Platform/SecretMemory.h"
 #include "Platform/Services.h"
 #include "Platform/UserDefaults.h"
+#include "tests/fakes/HiddenText.h"
 
 using namespace quillmore;
 using namespace quillmore::platform;
 
 namespace {
 
-/// Of a password that no text of this program holds: each letter is made when it is looked for.
-constexpr std::size_t kLength = 40;
-char letter(std::size_t index) {
-    return static_cast<char>('a' + (index * index + 3 * index + 5) % 26);
-}
+constexpr tests::HiddenText kPassword(40, 1);
 
-int countIn(const char* bytes, std::size_t size) {
-    int found = 0;
-    for (std::size_t at = 0; at + kLength <= size; ++at) {
-        std::size_t same = 0;
-        while (same < kLength && bytes[at + same] == letter(same)) ++same;
-        if (same == kLength) ++found;
-    }
-    return found;
-}
+/// Lets the world change before a call.
+class StoppingKeychain final : public Keychain {
+public:
+    explicit StoppingKeychain(Keychain& keychain) : keychain_(keychain) {}
+    void stopAt(std::deque<std::string> calls) { stops_ = std::move(calls); }
 
-/// Places in the writable memory of this process that hold the password.
-int copiesInMemory() {
-    const FileDescriptor memory(::open("/proc/self/mem", O_RDONLY | O_CLOEXEC));
-    std::ifstream maps("/proc/self/maps");
-    std::string text((std::istreambuf_iterator<char>(maps)), {});
-    std::istringstream lines(text);
-    static std::array<char, 4096> page;
-    int found = 0;
-    for (std::string line; std::getline(lines, line);) {
-        unsigned long from = 0;
-        unsigned long to = 0;
-        if (line.find(" rw") == std::string::npos ||
-            std::sscanf(line.c_str(), "%lx-%lx", &from, &to) != 2 || to - from >= (1UL << 30))
-            continue;  // a sanitizer's own memory is terabytes
-        for (unsigned long at = from; at < to; at += page.size()) {
-            const auto* const here = reinterpret_cast<const char*>(at);
-            const bool isOwnPage = here < page.data() + page.size() && page.data() < here + 4096;
-            if (!isOwnPage && ::pread(memory.get(), page.data(), page.size(),
-                                      static_cast<off_t>(at)) == ssize_t{page.size()})
-                found += countIn(page.data(), page.size());
-            wipe(page.data(), page.size());
-        }
+    OSStatus findGenericPassword(const std::string& service, const std::string& account,
+                                 std::unique_ptr<KeychainItem>& item) override {
+        reach("find");
+        return keychain_.findGenericPassword(service, account, item);
     }
-    return found;
-}
+    OSStatus addGenericPassword(const std::string& service, const std::string& account,
+                                std::string_view data) override {
+        reach("add");
+        return keychain_.addGenericPassword(service, account, data);
+    }
+    OSStatus modifyContent(KeychainItem& item, std::string_view data) override {
+        reach("modify");
+        return keychain_.modifyContent(item, data);
+    }
+    OSStatus deleteItem(KeychainItem& item) override {
+        reach("delete");
+        return keychain_.deleteItem(item);
+    }
+    OSStatus copyData(KeychainItem& item, std::string& data) override {
+        reach("copy");
+        return keychain_.copyData(item, data);
+    }
+
+private:
+    void reach(const std::string& call) {
+        if (stops_.empty() || stops_.front() != call) return;
+        stops_.pop_front();
+        std::cout << "at " << call << std::endl;
+        std::string goOn;
+        std::getline(std::cin, goOn);
+    }
+    Keychain& keychain_;
+    std::deque<std::string> stops_;
+};
 
 class Probe {
 public:
-    explicit Probe(LinuxKeychain& keychain) : keychain_(keychain) {}
+    Probe(LinuxKeychain& keychain, StoppingKeychain& stopping)
+        : keychain_(keychain), stopping_(stopping) {}
 
     std::string answer(const std::vector<std::string>& words) {
         const std::string& command = words.at(0);
@@ -96,6 +101,10 @@ public:
             return std::to_string(BrandingManager::sharedManager().getBrandingID());
         if (command == "left") return left(words.at(1));
         if (command == "mapped") return mapped(words.at(1));
+        if (command == "stop") {
+            stopping_.stopAt({words.begin() + 1, words.end()});
+            return "done";
+        }
         return ofManager(words);
     }
 
@@ -140,14 +149,15 @@ private:
     std::string left(const std::string& user) {
         bool same = false;
         {
-            Wiped<KeychainManager::Text> password((KeychainManager::Text(makeSecret(kLength))));
-            for (std::size_t i = 0; i < kLength; ++i) **password += letter(i);
-            if (copiesInMemory() == 0) return "the search finds nothing";
+            const Wiped<KeychainManager::Text> password{KeychainManager::Text(kPassword.text())};
+            if (kPassword.copiesInMemory() == 0) return "the search finds nothing";
             manager_.savePassword(*password, user, nullptr);
+            manager_.saveEncryptionKey(*password, user);
             const Wiped<KeychainManager::Text> read(manager_.getPasswordForUser(user, nullptr));
-            same = *read == *password;
+            const Wiped<KeychainManager::Text> readKey(manager_.getEncryptionKeyForUser(user));
+            same = *read == *password && *readKey == *password;
         }
-        return same ? std::to_string(copiesInMemory()) : "not read back";
+        return std::to_string(kPassword.copiesInMemory()) + (same ? "" : " not read back");
     }
     static std::string mapped(const std::string& text) {
         std::ifstream maps("/proc/self/maps");
@@ -158,6 +168,7 @@ private:
     static std::string yesNo(bool value) { return value ? "yes" : "no"; }
 
     LinuxKeychain& keychain_;
+    StoppingKeychain& stopping_;
     std::unique_ptr<KeychainItem> item_;
     KeychainManager manager_;
 };
@@ -166,22 +177,27 @@ private:
 
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 3) return 2;
-    LinuxKeychain keychain(
-        {arguments[1], [](const std::string& problem) { std::cerr << problem << std::endl; }});
+    std::chrono::steady_clock::time_point now;
+    LinuxKeychain keychain({arguments[1],
+                            [](const std::string& problem) { std::cerr << problem << std::endl; },
+                            [&] { return now; }});
+    StoppingKeychain stopping(keychain);
     const FileManager files;
     UserDefaults defaults(files, arguments[2], "com.quillmore.probe", {});
     Services services;
     services.processName = "probe";
     services.makeFileManager = [] { return std::make_unique<FileManager>(); };
     services.standardUserDefaults = &defaults;
-    services.keychain = &keychain;
+    services.keychain = &stopping;
     setServices(&services);
+    initLogging(kLogLevelError, kLogLevelDetailed, std::nullopt);
 
-    Probe probe(keychain);
+    Probe probe(keychain, stopping);
     for (std::string line; std::getline(std::cin, line);) {
         std::istringstream stream(line);
         std::vector<std::string> words;
         for (std::string word; stream >> word;) words.push_back(word);
+        now += std::chrono::hours(1);
         if (!words.empty()) std::cout << probe.answer(words) << std::endl;
     }
 }
