@@ -18,7 +18,6 @@ constexpr int kMargin = 20;
 constexpr int kSpacing = 12;
 constexpr int kIconSide = 64;
 constexpr int kContentsWidth = 440;
-constexpr int kButtonWidth = 96;
 constexpr double kSmallFont = 0.85;
 
 QLabel* makeLabel(const std::string& text, QWidget* parent) {
@@ -100,9 +99,9 @@ void AlertDialog::addButtons(const Alert& alert, QBoxLayout* row) {
     row->addStretch();
     answer_ = alert.buttons.empty() ? 0 : alert.buttons.size() - 1;
     for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
-        auto* button = new QPushButton(buttonText(alert.buttons[i].title), this);
+        auto* button = new QPushButton(this);
+        setTitle(*button, alert.buttons[i].title);
         button->setObjectName(QString("button%1").arg(i));
-        button->setMinimumWidth(kButtonWidth);
         button->setAutoDefault(false);  // Return is always the first button's
         button->setDefault(i == 0);
         if (alert.buttons[i].keyEquivalent == kEscapeKey && !hasEscape_) {

@@ -14,16 +14,11 @@ namespace {
 
 constexpr int kMargin = 20;
 constexpr int kContentsWidth = 500;
-constexpr int kButtonWidth = 96;
 
 QWidget* makeControl(const View& view, QWidget* parent) {
     if (dynamic_cast<const TextField*>(&view) != nullptr) return new QLabel(parent);
     if (dynamic_cast<const ProgressIndicator*>(&view) != nullptr) return new QProgressBar(parent);
-    if (dynamic_cast<const Button*>(&view) != nullptr) {
-        auto* button = new QPushButton(parent);
-        button->setMinimumWidth(kButtonWidth);
-        return button;
-    }
+    if (dynamic_cast<const Button*>(&view) != nullptr) return new QPushButton(parent);
     if (const auto* drawn = dynamic_cast<const DrawnView*>(&view)) {
         auto* widget = new DrawnViewWidget(parent);
         widget->setFixedHeight(static_cast<int>(drawn->frame().height));

@@ -4,12 +4,16 @@
 #include <QString>
 #include <string>
 
+class QPushButton;
+
 namespace quillmore::platform {
 
 /// For labels, which must be set to plain text.
 QString labelText(const std::string& text);
-/// For buttons and check boxes: an ampersand is an ampersand.
+/// For check boxes and buttons: an ampersand is an ampersand.
 QString buttonText(const std::string& text);
+/// Gives a button its title and at least the width for all of it.
+void setTitle(QPushButton& button, const std::string& title);
 /// For title bars: "[*]" is no mark of a changed document.
 QString titleText(const std::string& text);
 

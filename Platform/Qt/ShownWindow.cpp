@@ -98,7 +98,7 @@ void ShownWindow::connectTo(Button& button, QPushButton& control) {
     QObject::connect(&control, &QPushButton::clicked, &control,
                      [this, &button] { edge_([&button] { button.performClick(); }); });
     const auto update = [this, &button, &control] {
-        control.setText(buttonText(button.title()));
+        setTitle(control, button.title());
         textsChanged();
     };
     button.setObserver(update);

@@ -9,11 +9,21 @@
 
 namespace quillmore::platform {
 
+namespace {
+
+/// As far as the toolkit can tell before the frame is there.
+int titleBarHeight(const QWidget& window) {
+    return window.style()->pixelMetric(QStyle::PM_TitleBarHeight);
+}
+
+}  // namespace
+
 void WindowDialog::fit() {
     if (layout() == nullptr) return;
     layout()->invalidate();
     layout()->activate();
-    const QRect room = screen()->availableGeometry();
+    QSize room = screen()->availableGeometry().size();
+    room.rheight() -= titleBarHeight(*this);
     const auto heightOf = [this](int width) {
         return layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width)
                                              : layout()->totalSizeHint().height();
@@ -21,15 +31,17 @@ void WindowDialog::fit() {
     int width = std::max(contentsWidth_, layout()->totalMinimumSize().width());
     // A long text makes the window wider before it runs out of the screen.
     while (heightOf(width) > room.height() && width < room.width()) width += room.width() / 8;
-    setFixedSize(width, std::max(heightOf(width), layout()->totalMinimumSize().height()));
+    width = std::min(width, room.width());
+    const int height = std::max(heightOf(width), layout()->totalMinimumSize().height());
+    // Whatever the text is, the buttons stay on the screen: a layout takes from the largest first.
+    setFixedSize(width, std::min(height, room.height()));
 }
 
 void WindowDialog::centreOver(const QWidget* other) {
     const QRect room = other != nullptr ? other->geometry() : screen()->availableGeometry();
     QSize outer = frameGeometry().size();
     // The first time the frame is not there yet: a title bar is the most of it.
-    if (other == nullptr && outer == size())
-        outer.rheight() += style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    if (outer == size()) outer.rheight() += titleBarHeight(*this);
     QRect place(QPoint(), outer);
     place.moveCenter(room.center());
     move(place.topLeft());

@@ -1,8 +1,11 @@
 // The install-check window and the progress sheet over it.
+#include <QIcon>
+#include <QImage>
 #include <QProgressBar>
 
 #include "Platform/Exception.h"
 #include "tests/Platform/Qt/WindowsTest.h"
+#include "tests/fakes/TestServices.h"
 
 namespace quillmore::platform {
 namespace {
@@ -49,6 +52,26 @@ TEST_F(CheckWindow, FloatsAboveOtherWindowsInTheMiddleOfTheScreen) {
         dialog()->frameGeometry().center() - dialog()->screen()->availableGeometry().center();
     EXPECT_LE(std::abs(away.x()), 1);
     EXPECT_LE(std::abs(away.y()), 1);
+}
+
+TEST_F(CheckWindow, EveryPresentationGivesTheKeyboardToTheDefaultButton) {
+    windows().present(window);
+    EXPECT_EQ(dialog()->focusWidget(), control<QPushButton>("checkInstall"));
+    control<QPushButton>("checkDontInstall")->setFocus();
+    windows().present(window);
+    EXPECT_EQ(dialog()->focusWidget(), control<QPushButton>("checkInstall"));
+}
+
+TEST_F(CheckWindow, TheIconIsTheApplicationsInTheSizesThatThereAre) {
+    const tests::TemporaryFolder folder;
+    for (const int side : {16, 48}) {
+        QImage picture(side, side, QImage::Format_RGB32);
+        const QString name = QString("/Quillmore-%1.png").arg(side);
+        EXPECT_TRUE(picture.save(QString::fromStdString(folder.path()) + name));
+    }
+    resources = folder.path();
+    windows();
+    EXPECT_EQ(QGuiApplication::windowIcon().availableSizes(), (QList<QSize>{{16, 16}, {48, 48}}));
 }
 
 TEST_F(CheckWindow, ReturnContinuesWhateverHasTheKeyboard) {
@@ -130,6 +153,8 @@ TEST_F(CheckWindow, TheProgressSheetBlocksTheWindowUntilItIsEnded) {
     EXPECT_TRUE(progress->isVisible());
     EXPECT_EQ(progress->windowModality(), Qt::WindowModal);
     EXPECT_EQ(progress->parentWidget(), dialog());
+    EXPECT_EQ(progress->windowTitle(), "Quillmore");
+    EXPECT_TRUE(progress->windowFlags() & Qt::WindowStaysOnTopHint);
     EXPECT_EQ(ends, 0);
     windows().endSheet(sheet);
     EXPECT_FALSE(progress->isVisible());

@@ -104,6 +104,25 @@ TEST_F(Drawing, DoubleDensityTakesTheDoubleDensityPicture) {
     EXPECT_EQ(drawn().pixel(10, 110), kWhite);
 }
 
+TEST_F(Drawing, DensityInBetweenTakesTheDoubleDensityPictureToo) {
+    canvas.setDevicePixelRatio(1.5);
+    context().drawImage(*picture("both", true), {0, 0, 20, 10});
+    EXPECT_EQ(drawn().pixel(5, 55), kWhite);
+}
+
+TEST_F(Drawing, APictureThatShrinksFarIsAveraged) {
+    QImage stripes(160, 20, QImage::Format_ARGB32);
+    stripes.fill(QColor::fromRgba(kBlack));
+    for (int x = 0; x < 160; x += 8) {
+        for (int y = 0; y < 20; ++y) stripes.setPixel(x, y, kWhite);
+    }
+    const std::string path = folder.path() + "/stripes.png";
+    stripes.save(QString::fromStdString(path));
+    context().drawImage(*Image::fromFile(files, path), {0, 0, 20, 20});
+    const QImage image = drawn();
+    for (int x = 1; x < 19; ++x) EXPECT_NEAR(qRed(image.pixel(x, 50)), 255 / 8, 16) << x;
+}
+
 TEST_F(Drawing, APictureWithoutPixelsDrawsNothing) {
     context().drawImage(Image(folder.path() + "/none.png"), {0, 0, 20, 10});
     EXPECT_EQ(columns(drawn()), std::pair(200, -1));

@@ -31,6 +31,8 @@ protected:
         EXPECT_TRUE(dialog()->isVisible());
         EXPECT_EQ(control<QLabel>("checkText")->text(), "Something must be installed.\n");
         EXPECT_EQ(header.frame().height, 60);
+        EXPECT_GT(control<QPushButton>("checkInstall")->x(),
+                  control<QPushButton>("checkDontInstall")->x());
         press(*dialog(), Qt::Key_Return);
         EXPECT_EQ(installs, 1);
         ASSERT_EQ(problems.size(), 1U);

@@ -79,13 +79,44 @@ TEST_F(Layout, ATextThatShrinksMakesTheWindowLowerAgain) {
     EXPECT_LT(dialog()->height(), before);
 }
 
+TEST_F(Layout, LongButtonsMakeTheWindowWider) {
+    windows().present(window);
+    const int before = dialog()->width();
+    install.setTitle("Die Installation aller Komponenten jetzt fortsetzen");
+    quit.setTitle("Das Installationsprogramm jetzt beenden");
+    EXPECT_GT(dialog()->width(), before);
+    expectTextsFit(*dialog());
+}
+
+TEST_F(Layout, LongButtonsMakeAnAlertWider) {
+    const std::string title = "Die Installation aller Komponenten jetzt fortsetzen";
+    AlertDialog shown({"Failed", "", {{title, ""}, {title, ""}}, false}, "", nullptr);
+    shown.show();
+    expectTextsFit(shown);
+}
+
 TEST_F(Layout, AnEndlessTextMakesTheWindowWiderBeforeItLeavesTheScreen) {
     std::string endless;
-    for (int i = 0; i < 60; ++i) endless += "Quillmore must install this and that component. ";
+    for (int i = 0; i < 80; ++i) endless += "Quillmore must install this and that component. ";
     text.setStringValue(endless);
     windows().present(window);
     EXPECT_LE(dialog()->height(), dialog()->screen()->availableGeometry().height());
     expectTextsFit(*dialog());
+}
+
+TEST_F(Layout, WhateverTheTextTheButtonsStayOnTheScreen) {
+    std::string lines;
+    for (int i = 0; i < 500; ++i) lines += "One more line.\n";
+    for (const std::string& endless : {std::string(5000, 'm'), lines}) {
+        AlertDialog shown({"Failed", endless, {{"OK", ""}}, false}, "", nullptr);
+        shown.show();
+        const QSize room = shown.screen()->availableGeometry().size();
+        EXPECT_EQ(shown.size(), shown.size().boundedTo(room));
+        const auto* button = shown.findChild<QPushButton*>("button0");
+        expectInside(*button, shown);
+        EXPECT_GE(button->height(), button->minimumSizeHint().height());
+        EXPECT_GE(button->width(), button->minimumSizeHint().width());
+    }
 }
 
 TEST_F(Layout, AnAlertWithLongTextsFits) {
