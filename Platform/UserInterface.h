@@ -11,6 +11,9 @@
 
 namespace quillmore::platform {
 
+/// The string table's key for the title of the suppression box.
+inline constexpr const char* kSuppressionTitleKey = "Do not show this message again";
+
 struct AlertButton {
     std::string title;
     std::string keyEquivalent;  ///< "\033" for Escape; empty for none.

@@ -50,7 +50,9 @@ int main(int argc, char** argv) {
     const auto report = [](const std::string& problem) { logError("%@", problem); };
     const auto system =
         platform::makeSystemServices({files, *processes, bundle.plugInsPath(), report});
-    platform::ConsoleUserInterface console(application.mainQueue(), STDIN_FILENO, stdout);
+    platform::ConsoleUserInterface console(
+        application.mainQueue(), STDIN_FILENO, stdout,
+        [&bundle](std::string_view key) { return bundle.localizedString(key); });
     platform::DeferredUserInterface userInterface(
         console, [&]() -> std::unique_ptr<platform::UserInterface> {
             if (!platform::environmentAsksForWindows()) return nullptr;

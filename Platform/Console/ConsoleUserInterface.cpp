@@ -16,11 +16,19 @@ constexpr std::chrono::milliseconds kNever{-1};
 constexpr std::chrono::milliseconds kProgressStep{150};
 constexpr const char* kProgressFigures[] = {"|", "/", "-", "\\"};
 
-/// A text of a table must not steer the terminal: control characters are dropped.
+/// U+0080 to U+009F, which terminals obey too: C2 and one byte of that range.
+bool isHighControl(const std::string& text, std::size_t at) {
+    return text[at] == '\xc2' && at + 1 < text.size() && (text[at + 1] & 0xe0) == 0x80;
+}
+
+/// A text of a table or a path in it must not steer the terminal: control characters are dropped.
 std::string withoutControls(const std::string& text) {
     std::string clean;
-    for (const char c : text) {
-        if (c == '\n' || c == '\t' || (static_cast<unsigned char>(c) >= 0x20 && c != 0x7f))
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (isHighControl(text, i))
+            ++i;
+        else if (c == '\n' || c == '\t' || (static_cast<unsigned char>(c) >= 0x20 && c != 0x7f))
             clean += c;
     }
     return clean;
@@ -65,10 +73,11 @@ std::optional<std::size_t> choiceOfLine(const std::string& line, std::size_t cou
 }
 
 ConsoleUserInterface::ConsoleUserInterface(MainQueue& mainQueue, int inputDescriptor,
-                                           std::FILE* output)
+                                           std::FILE* output, LocalizedString localizedString)
     : mainQueue_(mainQueue),
       input_(inputDescriptor),
       output_(output),
+      localizedString_(std::move(localizedString)),
       isTerminal_(::isatty(::fileno(output)) == 1),
       inputIsTerminal_(::isatty(inputDescriptor) == 1) {}
 
@@ -78,8 +87,8 @@ AlertAnswer ConsoleUserInterface::runModal(const Alert& alert) {
     for (;;) {
         printAlert(alert);
         if (alert.showsSuppressionButton) {
-            print(std::string("  s) [") + (answer.suppressed ? "x" : " ") +
-                  "] Do not show this message again\n");
+            print(std::string("  s) [") + (answer.suppressed ? "x" : " ") + "] " +
+                  localizedString_(kSuppressionTitleKey) + "\n");
         }
         print("> ");
         if (input_.wait(true, -1, kNever) == LineReader::Event::endOfInput) {

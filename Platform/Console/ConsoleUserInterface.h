@@ -5,8 +5,10 @@
 
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Platform/Console/LineReader.h"
 #include "Platform/MainQueue.h"
@@ -16,9 +18,11 @@ namespace quillmore::platform {
 
 class ConsoleUserInterface final : public UserInterface {
 public:
+    using LocalizedString = std::function<std::string(std::string_view key)>;
     /// Nothing is owned; all must outlive the object. Progress moves only when `output` is a
     /// terminal.
-    ConsoleUserInterface(MainQueue& mainQueue, int inputDescriptor, std::FILE* output);
+    ConsoleUserInterface(MainQueue& mainQueue, int inputDescriptor, std::FILE* output,
+                         LocalizedString localizedString);
 
     AlertAnswer runModal(const Alert& alert) override;
     void beginAlertSheet(const Alert& alert, Window& window) override;
@@ -51,6 +55,7 @@ private:
     MainQueue& mainQueue_;
     LineReader input_;
     std::FILE* output_;
+    LocalizedString localizedString_;
     bool isTerminal_;
     bool inputIsTerminal_;
     Window* window_ = nullptr;

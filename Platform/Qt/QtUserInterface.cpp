@@ -69,9 +69,9 @@ QtUserInterface::~QtUserInterface() {
 }
 
 AlertAnswer QtUserInterface::runModal(const Alert& alert) {
-    AlertDialog dialog(alert, suppressionTitle(), frontWindow());
+    AlertDialog dialog(alert, localized(kSuppressionTitleKey), frontWindow());
     dialog.setWindowFlags(kSheet);
-    dialog.setWindowTitle(titleText(options_.applicationName));
+    dialog.setWindowTitle(titleText(localized("ProductName")));
     dialog.centreOver(frontWindow());
     // Work of the main queue waits until the alert is answered.
     work_.setEnabled(false);
@@ -86,7 +86,7 @@ AlertAnswer QtUserInterface::runModal(const Alert& alert) {
 
 void QtUserInterface::beginAlertSheet(const Alert& alert, Window& window) {
     WindowDialog& parent = shown(window).dialog();
-    auto* dialog = new AlertDialog(alert, suppressionTitle(), &parent);
+    auto* dialog = new AlertDialog(alert, localized(kSuppressionTitleKey), &parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowFlags(kSheet);
     dialog->setWindowModality(Qt::WindowModal);
@@ -186,9 +186,8 @@ std::unique_ptr<WindowDialog> QtUserInterface::layoutOf(const Window& window) {
     return dialog;
 }
 
-std::string QtUserInterface::suppressionTitle() const {
-    constexpr const char* kTitle = "Do not show this message again";
-    return options_.localizedString ? options_.localizedString(kTitle) : kTitle;
+std::string QtUserInterface::localized(const char* key) const {
+    return options_.localizedString ? options_.localizedString(key) : key;
 }
 
 void QtUserInterface::atEdge(const std::function<void()>& work) {

@@ -37,7 +37,7 @@ private:
     std::unique_ptr<WindowDialog> layoutOf(const Window& window);
     bool userCloses(ShownWindow& window);
     WindowDialog* frontWindow() const;
-    std::string suppressionTitle() const;
+    std::string localized(const char* key) const;
     void atEdge(const std::function<void()>& work);
     void report(const std::string& problem) const;
     void raisePending();

@@ -2,7 +2,7 @@
 import os
 
 from expectations import ALL, INTEL, LauncherTest, answered, launching_core
-from machine import CONTEXT_MENU, FILE_SYSTEM, OVERLAY, PRODUCT
+from machine import BUNDLE, CONTEXT_MENU, FILE_SYSTEM, OVERLAY, PRODUCT
 from sandboxed import main
 
 FIXES = ["Fixes10_5"] if INTEL else []
@@ -27,6 +27,13 @@ RUNS = """
 Quillmore läuft bereits
 Sie müssen Quillmore beenden, bevor Sie es erneut starten können.
   1) Beenden (Return)
+> """
+MOVE = """
+In den Ordner "Programme" bewegen?
+Auf Wunsch bewege ich mich selbst in den Ordner "Programme". Dazu wird das Kennwort eines Administrators benötigt.
+  1) In den Ordner "Programme" bewegen (Return)
+  2) Nicht bewegen
+  s) [ ] Diese Meldung nicht mehr anzeigen
 > """
 
 
@@ -77,6 +84,19 @@ class GermanStatuses(LauncherTest):
         self.machine.write_settings(AppleLanguages=["fr", "de-CH", "en"])
         self.assertEqual(self.statuses()["QuillmoreCM"], "Fehlt")
         self.assertEqual(self.statuses("-AppleLanguages", "(en)")["QuillmoreCM"], "Missing")
+
+
+class GermanMove(LauncherTest):
+    repaired = True
+    policy = "off"
+
+    def test_offer_and_its_suppression_box_are_german(self):
+        self.machine.make_users_folder("/home/user/Downloads")
+        place = "/home/user/Downloads/Quillmore.app"
+        self.machine.run_tool("cp", "-R", BUNDLE, place).check_returncode()
+        ended = self.machine.launch(*GERMAN, answers="2\n", bundle=place)
+        self.assertIn(MOVE, ended.output)
+        self.expect_core_started(ended)
 
 
 if __name__ == "__main__":

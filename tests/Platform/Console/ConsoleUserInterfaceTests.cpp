@@ -21,7 +21,8 @@ protected:
         readEnd = FileDescriptor(ends[0]);
         writeEnd = FileDescriptor(ends[1]);
         output = std::tmpfile();
-        console.emplace(queue, readEnd.get(), output);
+        console.emplace(queue, readEnd.get(), output,
+                        [](std::string_view key) { return "<" + std::string(key) + ">"; });
         window.setTitle("Quillmore");
         text.setStringValue("Something must be installed.\n");
         install.setTitle("Continue");
@@ -118,7 +119,21 @@ TEST_F(ConsoleTest, SuppressionIsTickedBeforeTheAnswer) {
     const AlertAnswer answer = console->runModal(alert);
     EXPECT_EQ(answer.button, 1U);
     EXPECT_TRUE(answer.suppressed);
-    EXPECT_NE(printed().find("  s) [x] Do not show this message again\n"), std::string::npos);
+    const std::string shown = printed();
+    EXPECT_NE(shown.find("  s) [ ] <Do not show this message again>\n"), std::string::npos)
+        << shown;
+    EXPECT_NE(shown.find("  s) [x] <Do not show this message again>\n"), std::string::npos)
+        << shown;
+}
+
+TEST_F(ConsoleTest, TickedBoxCountsWhenTheInputEnds) {
+    Alert alert = kTwoButtons;
+    alert.showsSuppressionButton = true;
+    type("s\n");
+    endInput();
+    const AlertAnswer answer = console->runModal(alert);
+    EXPECT_EQ(answer.button, 1U);
+    EXPECT_TRUE(answer.suppressed);
 }
 
 TEST_F(ConsoleTest, ControlCharactersOfATextDoNotReachTheTerminal) {
@@ -126,6 +141,12 @@ TEST_F(ConsoleTest, ControlCharactersOfATextDoNotReachTheTerminal) {
     console->runModal({"A\033[2J\a", "", {{"OK", ""}}, false});
     EXPECT_EQ(printed().find('\033'), std::string::npos);
     EXPECT_NE(printed().find("A[2J\n"), std::string::npos);
+}
+
+TEST_F(ConsoleTest, ControlCharactersOfTwoBytesDoNotReachTheTerminalAndLettersDo) {
+    type("\n");
+    console->runModal({"A\u009b2J \u00a0\u00c4\xc2", "", {{"OK", ""}}, false});
+    EXPECT_EQ(printed().find("\nA2J \u00a0\u00c4\xc2\n"), 0U);
 }
 
 TEST_F(ConsoleTest, WindowIsPrintedWhenTheLoopRunsAndClosedByEndOfInput) {
@@ -205,6 +226,29 @@ TEST_F(ConsoleTest, AlertSheetIsPrintedAtOnceAndAnsweredBeforeTheWindow) {
     EXPECT_EQ(quits, 1);
 }
 
+TEST_F(ConsoleTest, AlertSheetsAreAskedOneAfterTheOtherUntilEachIsAnswered) {
+    countCloses();
+    console->beginAlertSheet({"First", "", {{"OK", ""}}, false}, window);
+    console->beginAlertSheet({"Second", "", {{"OK", ""}}, false}, window);
+    console->present(window);
+    type("7\n\n\n");
+    endInput();
+    console->run();
+    const std::string first = "\nFirst\n  1) OK (Return)\n> ";
+    const std::string second = "\nSecond\n  1) OK (Return)\n> ";
+    EXPECT_EQ(printed().find(first + "7\n" + first + "\n" + second + "\n\nQuillmore\n"), 0U);
+    EXPECT_EQ(closes, 1);
+}
+
+TEST_F(ConsoleTest, EndOfAnotherWindowIsNoEndOfTheSheet) {
+    bool ended = false;
+    console->beginSheet(sheet, window, [&] { ended = true; });
+    console->endSheet(window);
+    EXPECT_FALSE(ended);
+    console->endSheet(sheet);
+    EXPECT_TRUE(ended);
+}
+
 TEST_F(ConsoleTest, EndOfInputAtAnAlertSheetDismissesItAndClosesTheWindow) {
     countCloses();
     console->present(window);
@@ -261,7 +305,7 @@ public:
         sheet.setViews({&indicator});
         window.setWillClose([] {});
         indicator.startAnimation();
-        console.emplace(queue, ::fileno(terminal.get()), terminal.get());
+        console.emplace(queue, ::fileno(terminal.get()), terminal.get(), nullptr);
         console->present(window);
         console->beginSheet(sheet, window, nullptr);
     }
@@ -303,6 +347,18 @@ TEST(ConsoleProgress, MovesOnATerminal) {
     terminal.console->run();
     watcher.join();
     EXPECT_TRUE(moved);
+    EXPECT_TRUE(terminal.shows(" \r\r\n")) << "the last figure is wiped out";
+}
+
+/// The terminal itself shows what is typed; here it is told not to.
+TEST(ConsoleAnswer, IsNotShownAgainOnATerminal) {
+    ProgressTerminal terminal;
+    terminal.hideInput();
+    EXPECT_EQ(::write(terminal.master.get(), "2\n", 2), 2);
+    EXPECT_EQ(terminal.console->runModal(kTwoButtons).button, 1U);
+    std::fputs("end", terminal.terminal.get());
+    std::fflush(terminal.terminal.get());
+    EXPECT_TRUE(terminal.shows("> end"));
 }
 
 /// Another terminal, where nothing is asked, tells that there was time enough for a figure.

@@ -1,6 +1,8 @@
 // Alerts, alone and as sheets.
 #include <QCheckBox>
+#include <QStyle>
 
+#include "Platform/Exception.h"
 #include "Platform/Qt/AlertDialog.h"
 #include "tests/Platform/Qt/WindowsTest.h"
 
@@ -42,6 +44,30 @@ TEST_F(Alerts, ShowsMessageExplanationAndButtons) {
         EXPECT_TRUE(alert.isModal());
         alert.close();
     });
+}
+
+TEST_F(Alerts, BearTheProductsNameAndSheetsTheTitleOfTheirWindow) {
+    options.localizedString = [](std::string_view key) {
+        return key == "ProductName" ? "Acme" : std::string(key);
+    };
+    answerAfter(kRunning, [](AlertDialog& alert) {
+        EXPECT_EQ(alert.windowTitle(), "Acme");
+        alert.close();
+    });
+    windows().present(window);
+    windows().beginAlertSheet(kRunning, window);
+    EXPECT_EQ(current()->windowTitle(), "Quillmore");
+    current()->close();
+}
+
+TEST_F(Alerts, StayAboveTheWindowThatFloats) {
+    windows().present(window);
+    windows().beginAlertSheet(kRunning, window);
+    EXPECT_TRUE(current()->windowFlags() & Qt::WindowStaysOnTopHint);
+    const QPoint away = current()->geometry().center() - dialog()->geometry().center();
+    EXPECT_LE(std::abs(away.x()), 4);
+    EXPECT_LE(std::abs(away.y()), dialog()->style()->pixelMetric(QStyle::PM_TitleBarHeight));
+    current()->close();
 }
 
 TEST_F(Alerts, TheFirstButtonIsOutermostAndTheNextOnesFollow) {
@@ -127,6 +153,20 @@ TEST_F(Alerts, WorkOfTheMainQueueWaitsForTheAnswer) {
     });
     runWith([] {});
     EXPECT_TRUE(ran);
+}
+
+TEST_F(Alerts, AnExceptionBehindAnAlertIsRaisedOnceThatIsAnswered) {
+    windows().present(window);
+    queue.post([this] {
+        answerAfter(kRunning, [this](AlertDialog& alert) {
+            header.onDraw = [] { throw Exception("Fault", "no settings"); };
+            header.setNeedsDisplay();
+            EXPECT_TRUE(alert.isVisible());
+            alert.close();
+        });
+    });
+    EXPECT_THROW(windows().run(), Exception);
+    header.onDraw = nullptr;
 }
 
 TEST_F(Alerts, AnAlertBeforeTheLoopDoesNotEndIt) {
