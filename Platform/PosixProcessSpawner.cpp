@@ -78,6 +78,7 @@ public:
         setStream(request.standardOutput, STDOUT_FILENO);
         setStream(request.standardError, STDERR_FILENO);
         closeTheRest();
+        if (request.session == ProcessRequest::Session::own) leaveTheWorkingFolder();
     }
     ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
     FileActions(const FileActions&) = delete;
@@ -110,6 +111,12 @@ private:
 #if __GLIBC_PREREQ(2, 34)
         check(::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1));
 #endif
+#endif
+    }
+    // A child that outlives this process must not keep the volume busy that it was started on.
+    void leaveTheWorkingFolder() {
+#if defined(__GLIBC__) || defined(__APPLE__)
+        check(::posix_spawn_file_actions_addchdir_np(&actions_, "/"));
 #endif
     }
     void check(int error) const {

@@ -194,6 +194,13 @@ TEST_F(ProcessSpawner, SessionIsTheCallersUnlessAskedFor) {
     spawner_->wait(own);
 }
 
+TEST_F(ProcessSpawner, ChildInASessionOfItsOwnKeepsNoFolderBusy) {
+    ProcessRequest request = shell("pwd -P");
+    EXPECT_EQ(outputOf(request), std::filesystem::current_path().string() + "\n");
+    request.session = ProcessRequest::Session::own;
+    EXPECT_EQ(outputOf(request), "/\n");
+}
+
 TEST_F(ProcessSpawner, PollKnowsNothingWhileTheChildRuns) {
     Pipe input;
     ProcessRequest request = shell("read line; exit 5");

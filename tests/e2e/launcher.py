@@ -74,7 +74,7 @@ class Collector(threading.Thread):
 class Launcher:
     """One run of the program, as the user of the machine."""
 
-    def __init__(self, program, arguments=(), terminal=False, **environment):
+    def __init__(self, program, arguments=(), terminal=False, folder=HOME, **environment):
         output, errors = os.pipe(), os.pipe()
         self.terminal = None
         if terminal:
@@ -84,7 +84,7 @@ class Launcher:
         else:
             given, self.input = os.pipe()
         self.process = subprocess.Popen(
-            [program, *arguments], stdin=given, stdout=output[1], stderr=errors[1], cwd=HOME,
+            [program, *arguments], stdin=given, stdout=output[1], stderr=errors[1], cwd=folder,
             user=USER, group=USER, extra_groups=[], env={**ENVIRONMENT, **environment},
             start_new_session=True, preexec_fn=take_terminal if terminal else None)
         for descriptor in {given, output[1], errors[1]}:

@@ -59,9 +59,9 @@ class Machine:
 
     # What a user does.
 
-    def start(self, *arguments, bundle=BUNDLE, terminal=False, **environment):
+    def start(self, *arguments, bundle=BUNDLE, terminal=False, folder=launcher.HOME, **environment):
         """A launcher that is watched while it runs."""
-        return launcher.Launcher(f"{bundle}/Contents/MacOS/Quillmore", arguments, terminal,
+        return launcher.Launcher(f"{bundle}/Contents/MacOS/Quillmore", arguments, terminal, folder,
                                  **environment)
 
     def launch(self, *arguments, answers="", **options):
@@ -170,9 +170,12 @@ class Machine:
                 return int(ignored, 16) >> (signal.SIGINT - 1) & 1 == 1
         return False
 
-    def core(self):
+    def processes(self, name):
         return [int(folder.name) for folder in pathlib.Path("/proc").glob("[0-9]*")
-                if _comm(folder) == "QuillmoreCore"]
+                if _comm(folder) == name]
+
+    def core(self):
+        return self.processes("QuillmoreCore")
 
     def log_files(self):
         return sorted(pathlib.Path(LOGS).glob("*")) if os.path.isdir(LOGS) else []
