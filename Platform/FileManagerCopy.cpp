@@ -52,6 +52,17 @@ int copyBytes(int from, int to) {
     }
 }
 
+/// Returns when what was written to the copy's volume is on disk. One call for the whole tree: a
+/// bundle has too many files to wait for each.
+int synchronizeVolume([[maybe_unused]] int copy) {
+#ifdef __linux__
+    return ::syncfs(copy) == 0 ? 0 : errno;
+#else
+    ::sync();
+    return 0;
+#endif
+}
+
 /// One copy run: two cursors that walk the original and the copy side by side.
 class TreeCopy {
 public:
@@ -69,6 +80,7 @@ private:
     int copyLink(const std::string& name, const std::string& newName, const struct stat& original);
     int beginFolder(const std::string& name, const std::string& newName);
     int endFolder();
+    int finish(int copy, const struct stat& original) const;
 
     FolderCursor from_;
     FolderCursor to_;
@@ -113,7 +125,7 @@ int TreeCopy::copyFile(const std::string& name, const std::string& newName) {
                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!to) return errno;
     int error = copyBytes(from.get(), to.get());
-    if (error == 0) error = setModeAndDates(to.get(), original);
+    if (error == 0) error = finish(to.get(), original);
     // Remote file systems say only now that there was no room.
     if (::close(to.release()) != 0 && error == 0 && errno != EINTR) error = errno;
     return error;
@@ -159,7 +171,14 @@ int TreeCopy::endFolder() {
     FileDescriptor copy;
     int error = to_.leave(&copy);
     if (error == 0) error = from_.leave();
-    return error == 0 ? setModeAndDates(copy.get(), original) : error;
+    return error == 0 ? finish(copy.get(), original) : error;
+}
+
+/// The original may be removed, or the copy renamed into its place, as soon as the copy is done: it
+/// must not be lost with the power then.
+int TreeCopy::finish(int copy, const struct stat& original) const {
+    if (int error = setModeAndDates(copy, original); error != 0) return error;
+    return levels_.empty() ? synchronizeVolume(copy) : 0;
 }
 
 /// True when the folder is the tree itself or somewhere inside it.
