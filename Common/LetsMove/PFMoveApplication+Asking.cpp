@@ -84,7 +84,8 @@ void showFailedMove(const MovePlan& plan, const MoveReport& report) {
     for (const std::string& path : report.removed)
         say(text, "What was at \"%@\" has been removed.", path);
     if (report.incomplete) say(text, "\"%@\" is an incomplete copy.", *report.incomplete);
-    say(text, "I am still at \"%@\".", plan.source);
+    const bool isThere = __QMCurrentThreadFileManager().fileExists(plan.source);
+    say(text, isThere ? "I am still at \"%@\"." : "\"%@\" is no longer there.", plan.source);
     text.pop_back();
     alert.buttons = {{QMLocalizedString("OK"), ""}};
     platform::services().userInterface->runModal(alert);

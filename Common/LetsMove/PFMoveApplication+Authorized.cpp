@@ -48,7 +48,6 @@ public:
     /// How the tool ended; nothing when it did not start or could not be waited for.
     std::optional<platform::ProcessEnd> run(const char* tool,
                                             const std::vector<std::string>& arguments) {
-        const platform::TerminationDelay delay;
         platform::PrivilegedProcess started;
         if (authorization_.executeWithPrivileges(*reference_, tool, arguments,
                                                  platform::Authorization::Communications::none,
@@ -66,13 +65,10 @@ private:
     std::unique_ptr<platform::AuthorizationReference> reference_;
 };
 
-/// Nothing there counts as removed.
-bool removeAsAdministrator(AdministratorRights& rights, const std::string& path) {
-    if (!__QMCurrentThreadFileManager().fileExists(path)) return true;
+std::optional<platform::ProcessEnd> removeAsAdministrator(AdministratorRights& rights,
+                                                          const std::string& path) {
     logVerbose("Removing \"%@\"", path);
-    const auto end = rights.run("/bin/rm", {"-rf", path});
-    // Deliberate: only a signal counts, not the exit status.
-    return end && !end->signalled;
+    return rights.run("/bin/rm", {"-rf", path});
 }
 
 bool removeOldCopies(AdministratorRights& rights, const MovePlan& plan, MoveReport& report) {
@@ -80,10 +76,15 @@ bool removeOldCopies(AdministratorRights& rights, const MovePlan& plan, MoveRepo
     std::vector<std::string> paths = {plan.destination};
     paths.insert(paths.end(), plan.alsoRemove.begin(), plan.alsoRemove.end());
     for (const std::string& path : paths) {
-        const bool wasThere = files.fileExists(path);
-        const bool removed = removeAsAdministrator(rights, path);
-        if (wasThere && !files.fileExists(path)) report.removed.push_back(path);
-        if (!removed) return false;
+        if (!files.fileExists(path)) continue;
+        const auto end = removeAsAdministrator(rights, path);
+        if (!files.fileExists(path)) {
+            report.removed.push_back(path);
+        } else if (end && end->signalled) {
+            report.incomplete = path;
+        }
+        // Deliberate: only a signal counts, not the exit status.
+        if (!end || end->signalled) return false;
     }
     return true;
 }
@@ -94,9 +95,10 @@ bool copyAsAdministrator(AdministratorRights& rights, const MovePlan& plan, Move
     logVerbose("Copying \"%@\" to \"%@\"", plan.source, plan.destination);
     const auto end = rights.run("/bin/cp", {"-pR", plan.source, plan.destination});
     if (end && end->succeeded()) return true;
-    // Half a copy under the application's own name would be taken for the application. What could
-    // not be removed before stays.
-    if (placeIsFree) {
+    // Half a copy under the application's own name would be taken for the application. (Killed
+    // together with this process, "cp -p" leaves one that only root may enter: it opens a folder
+    // when that is whole.) What could not be removed before stays.
+    if (placeIsFree && files.fileExists(plan.destination)) {
         removeAsAdministrator(rights, plan.destination);
         if (files.fileExists(plan.destination)) report.incomplete = plan.destination;
     }
@@ -109,6 +111,8 @@ MoveResult moveAsAdministrator(const MovePlan& plan, MoveReport& report) {
     AdministratorRights rights;
     const MoveResult answer = rights.obtain();
     if (answer != MoveResult::succeeded) return answer;
+    // From the first removal to the copy's end: between the two no application would be in place.
+    const platform::TerminationDelay delay;
     const bool moved =
         removeOldCopies(rights, plan, report) && copyAsAdministrator(rights, plan, report);
     return moved ? MoveResult::succeeded : MoveResult::failed;

@@ -1,35 +1,16 @@
 // The move with the user's own rights: what is in the way goes to the Trash. The copy grows under
 // another name and is renamed when it is whole, so that a launcher which is killed meanwhile leaves
 // nothing that looks like an application.
-#include <cerrno>
-
 #include "Common/LetsMove/PFMoveApplication.h"
 #include "Common/LetsMove/PFMoveSteps.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Bundle.h"
-#include "Platform/LockFile.h"
-#include "Platform/Services.h"
+#include "Platform/FileManager.h"
 #include "Platform/TerminationSignals.h"
 
 namespace quillmore {
 
 namespace {
-
-/// Held while a copy grows: another launcher of this user must not take it for an abandoned one.
-platform::Result<platform::LockFile> takeMoveLock() {
-    const platform::FileManager& files = __QMCurrentThreadFileManager();
-    const platform::Services& services = platform::services();
-    const std::string folder = platform::pathByAppending(services.homeFolder, "Library/Caches");
-    files.createDirectory(folder, 0700);
-    const std::string name =
-        services.mainBundle->bundleIdentifier().value_or(services.processName) + ".move.lock";
-    return platform::LockFile::take(files.hostPath(platform::pathByAppending(folder, name)), {});
-}
-
-bool isHeldByAnother(const platform::Result<platform::LockFile>& lock) {
-    return !lock && lock.error().code() == EWOULDBLOCK;
-}
 
 std::optional<platform::Error> removeIfThere(const std::string& path) {
     const platform::FileManager& files = __QMCurrentThreadFileManager();
@@ -67,11 +48,6 @@ bool trashOldCopies(const MovePlan& plan, MoveReport& report) {
 
 MoveResult moveWithTrash(const MovePlan& plan, MoveReport& report) {
     const platform::TerminationDelay delay;
-    const auto lock = takeMoveLock();
-    if (isHeldByAnother(lock)) {
-        logError("Another copy of this application is moving itself");
-        return MoveResult::failed;
-    }
     if (!trashOldCopies(plan, report)) return MoveResult::failed;
     if (plan.framework != PFFramework::above949) {
         logError("Could not copy myself to %@", plan.destination);
@@ -88,8 +64,8 @@ MoveResult moveWithTrash(const MovePlan& plan, MoveReport& report) {
 void removeInterruptedCopy(const std::string& destination) {
     const std::string staging = stagingPath(destination);
     if (!__QMCurrentThreadFileManager().attributes(staging)) return;
-    const auto lock = takeMoveLock();
-    if (isHeldByAnother(lock)) return;
+    const MoveLock lock;
+    if (lock.isHeldByAnother()) return;
     if (const auto error = removeIfThere(staging)) {
         logError("Could not remove \"%@\", which an interrupted move left (%@)", staging, *error);
     } else {

@@ -36,6 +36,33 @@ bool liesInApplicationsFolder(const std::string& path) {
     return std::find(components.begin(), components.end(), kApplications) != components.end();
 }
 
+/// Started twice, both launchers ask; while the second waits for its answer the first may have
+/// moved. What it put in place must not make room for a source that is no longer there.
+bool mayMove(const MovePlan& plan, const MoveLock& lock) {
+    if (lock.isHeldByAnother()) {
+        logError("Another copy of this application is moving itself");
+        return false;
+    }
+    if (__QMCurrentThreadFileManager().fileExists(plan.source)) return true;
+    logError("Could not copy myself to %@", plan.destination);
+    return false;
+}
+
+void moveAsPlanned(const MovePlan& plan, bool needsRights) {
+    MoveReport report;
+    const MoveLock lock;
+    logNormal("Moving myself to the Applications folder");
+    if (!mayMove(plan, lock)) return showFailedMove(plan, report);
+    switch (needsRights ? moveWithAuthorization(plan, report) : moveWithTrash(plan, report)) {
+        case MoveResult::succeeded:
+            return finishMove(plan);
+        case MoveResult::cancelled:
+            return;
+        case MoveResult::failed:
+            return showFailedMove(plan, report);
+    }
+}
+
 }  // namespace
 
 const PFMoveSettings& PFCurrentMoveSettings() {
@@ -83,18 +110,7 @@ void PFMove() {
         return;
     }
     const bool needsRights = needsAdministrator(plan);
-    if (!askToMove(plan, needsRights)) return;
-
-    MoveReport report;
-    logNormal("Moving myself to the Applications folder");
-    switch (needsRights ? moveWithAuthorization(plan, report) : moveWithTrash(plan, report)) {
-        case MoveResult::succeeded:
-            return finishMove(plan);
-        case MoveResult::cancelled:
-            return;
-        case MoveResult::failed:
-            return showFailedMove(plan, report);
-    }
+    if (askToMove(plan, needsRights)) moveAsPlanned(plan, needsRights);
 }
 
 bool Trash(const std::string& path) {

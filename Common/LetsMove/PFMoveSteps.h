@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "Platform/LockFile.h"
+#include "Platform/Result.h"
+
 namespace quillmore {
 
 /// Generations of the application framework, by its version number rounded down.
@@ -37,11 +40,23 @@ std::string stagingPath(const std::string& destination);
 /// False: declined. The wish never to be asked again is saved.
 bool askToMove(const MovePlan& plan, bool needsRights);
 
+/// Held from the first step to the end of the process: another launcher of this user must neither
+/// take a growing copy for an abandoned one nor make room for its own.
+class MoveLock {
+public:
+    MoveLock();
+    bool isHeldByAnother() const;
+
+private:
+    platform::Result<platform::LockFile> lock_;
+};
+
 /// What became of what was there before, for the user who is told of a failure.
 struct MoveReport {
     std::vector<std::string> trashed;
     std::vector<std::string> removed;
-    std::optional<std::string> incomplete;  ///< A piece of a copy that could not be taken away.
+    /// A piece of a copy that could not be taken away, or what an interrupted removal left.
+    std::optional<std::string> incomplete;
 };
 enum class MoveResult { succeeded, cancelled, failed };
 MoveResult moveWithAuthorization(const MovePlan& plan, MoveReport& report);

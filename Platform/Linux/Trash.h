@@ -18,9 +18,8 @@ public:
     explicit Trash(std::string homeTrash, uid_t user);
 
     /// Moves the item at an absolute host path to a Trash, a link itself; what is in one stays
-    /// there. False when it could not
-    /// be; then it is where it was, or (a copied one that could not be removed whole) its copy in
-    /// the Trash is whole.
+    /// there. False when it could not be; then it is where it was, or (a copied one that could not
+    /// be removed whole) its copy in the Trash is whole.
     bool recycle(const std::string& path) const;
 
 private:

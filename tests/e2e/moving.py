@@ -91,13 +91,19 @@ class MoveTest(LauncherTest):
         self.expect_core_started(ended)
         self.expect_core_of(place)
 
-    def expect_restarted(self, ended):
+    def expect_copy_of(self, source):
+        """What is in /Applications is the source, and the user's own."""
+        copy = {path.replace(BUNDLE, SOURCE): seen for path, seen in self.machine.state(BUNDLE).items()}
+        self.assertEqual(copy, source)
+        self.assertEqual(os.stat(BUNDLE).st_uid, launcher.USER)
+
+    def expect_restarted(self, ended, bundle=BUNDLE):
         """It ended at once; then the copy in /Applications was started, and started its core."""
         self.assertEqual(ended.status, 0, ended)
         self.assertIn("(nrm) Moving myself to the Applications folder\n", ended.output)
         self.assertNotIn("did finish launching", ended.output)
         launcher.wait_until(self.machine.core, "a start of the moved copy")
-        self.expect_core_of(BUNDLE)
+        self.expect_core_of(bundle)
         others = [line for line in self.machine.log_lines()
                   if line == "(nrm) Quillmore did finish launching"]
         self.assertEqual(len(others), 1, self.machine.log_lines())

@@ -5,7 +5,7 @@ import signal
 import launcher
 from machine import BUNDLE
 from moving import (ASK, DECLINE, DOWNLOADS, HOME_TRASH, MOVE, MoveTest, OFFER, PASSWORD, SOURCE,
-                    TICK, VOLUME_TRASH)
+                    TICK, VOLUME_TRASH, give)
 from sandboxed import main
 
 
@@ -72,11 +72,9 @@ class Moved(MoveTest):
             self.assertIn(f"\nPath={SOURCE}\n", file.read())
 
     def test_copy_is_the_source_and_the_users_own(self):
-        before = self.machine.state(SOURCE)
+        source = self.machine.state(SOURCE)
         self.expect_restarted(self.launch(MOVE))
-        after = {path.replace(BUNDLE, SOURCE): seen for path, seen in self.machine.state(BUNDLE).items()}
-        self.assertEqual(after, before)
-        self.assertEqual(os.stat(BUNDLE).st_uid, launcher.USER)
+        self.expect_copy_of(source)
 
     def test_older_copies_of_all_kinds_go_to_the_trash(self):
         home = f"{launcher.HOME}/Applications"
@@ -110,6 +108,30 @@ class Moved(MoveTest):
         running.wait_for("  s) [x] Do not show this message again")
         running.answer("1\n")
         self.expect_restarted(running.end())
+
+    def test_name_may_hold_whatever_a_shell_would_take_for_its_own(self):
+        name = 'My $HOME "Quillmore" `id` %@ \\ *; &\n#.app'
+        place, target = f"{launcher.HOME}/Downloads/{name}", f"/Applications/{name}"
+        self.put_launcher(place)
+        os.makedirs(target)
+        give(target, launcher.USER)
+        self.expect_restarted(self.launch(MOVE, place), target)
+        self.assertFalse(os.path.exists(place))
+        self.assertEqual(sorted(os.listdir(f"{HOME_TRASH}/files")), [name])
+
+    def test_second_launcher_that_asked_meanwhile_leaves_the_moved_copy_alone(self):
+        first, second = (self.machine.start(bundle=SOURCE) for _ in range(2))
+        for running in (first, second):
+            running.wait_for("> ")
+        first.answer(MOVE)
+        ended = first.end()
+        moved = self.machine.state(BUNDLE)
+        second.answer(MOVE)
+        second.wait_for(f'\nCould not move to Applications folder\n"{SOURCE}" is no longer there.\n')
+        self.assertEqual(self.machine.state(BUNDLE), moved)
+        second.send(signal.SIGKILL)
+        second.end()
+        self.expect_restarted(ended)
 
     def test_old_copy_without_a_trash_stays_and_the_move_fails(self):
         for place in (VOLUME_TRASH, f"{launcher.HOME}/.local"):
@@ -148,20 +170,27 @@ class Killed(MoveTest):
     policy = "off"
     PIECE = "/Applications/.Quillmore.app.partial"
 
-    def test_piece_of_a_copy_is_no_application_and_goes_at_the_next_start(self):
+    def start_copy(self):
+        """A launcher that is in the middle of its copy."""
         self.put_launcher(SOURCE)
         with open(f"{SOURCE}/Contents/large", "wb") as file:
             file.truncate(300 << 20)
         self.mount_applications("400m")
         os.makedirs(f"{BUNDLE}/Contents")
+        self.mark_as_old(BUNDLE)
         self.open_applications()
         running = self.machine.start(bundle=SOURCE)
         running.answer(MOVE)
         launcher.wait_until(lambda: os.path.exists(f"{self.PIECE}/Contents/large"), "a copy")
+        return running
+
+    def test_piece_of_a_copy_is_no_application_and_goes_at_the_next_start(self):
+        running = self.start_copy()
         running.send(signal.SIGKILL)
         self.assertEqual(running.end().status, -signal.SIGKILL)
         self.assertTrue(os.path.exists(self.PIECE))
         self.assertFalse(os.path.exists(BUNDLE))
+        self.expect_is_old(f"{VOLUME_TRASH}/files/Quillmore.app")
         self.assertTrue(os.path.exists(f"{SOURCE}/Contents/MacOS/Quillmore"))
 
         ended = self.launch(DECLINE)
@@ -170,15 +199,7 @@ class Killed(MoveTest):
         self.expect_went_on_from(SOURCE, ended)
 
     def test_polite_signal_waits_for_the_end_of_the_copy(self):
-        self.put_launcher(SOURCE)
-        with open(f"{SOURCE}/Contents/large", "wb") as file:
-            file.truncate(300 << 20)
-        self.mount_applications("400m")
-        os.makedirs(f"{BUNDLE}/Contents")
-        self.open_applications()
-        running = self.machine.start(bundle=SOURCE)
-        running.answer(MOVE)
-        launcher.wait_until(lambda: os.path.exists(f"{self.PIECE}/Contents/large"), "a copy")
+        running = self.start_copy()
         running.send(signal.SIGTERM)
         running.end()
         self.assertFalse(os.path.exists(self.PIECE))

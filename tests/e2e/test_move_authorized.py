@@ -1,5 +1,8 @@
 """The move with an administrator's rights, and the move from a volume."""
+import fcntl
 import os
+import pathlib
+import signal
 import stat
 import subprocess
 import unittest
@@ -52,6 +55,88 @@ class Granted(MoveTest):
         self.assertIn("(ERR) Could not copy myself to /Applications with authorization\n", ended.errors)
         self.assertEqual(os.listdir("/Applications"), [])
         self.expect_went_on_from(SOURCE, ended)
+
+
+class Killed(MoveTest):
+    """The administrator's tool waits for one file in the middle of its copy."""
+
+    policy = "grant"
+    HELD = f"{SOURCE}/Contents/held"
+
+    def setUp(self):
+        super().setUp()
+        self.put_launcher(SOURCE)
+        pathlib.Path(self.HELD).write_text("held", encoding="utf-8")
+        give(self.HELD, launcher.USER)
+        self.machine.remove(BUNDLE)
+        self.source = self.machine.state(SOURCE)
+        self.running = self.machine.start(bundle=SOURCE)
+        self.running.wait_for("> ")
+        self.hold()
+        self.running.answer(MOVE)
+        launcher.wait_until(lambda: self.is_wanted, "a copy")
+        [self.tool] = self.machine.processes("cp")
+
+    def hold(self):
+        """Whoever opens the file waits for its release, which the system asks for by a signal."""
+        def note(*_):
+            self.is_wanted = True
+        self.is_wanted = False
+        signal.signal(signal.SIGIO, note)
+        self.held = os.open(self.HELD, os.O_RDWR)
+        try:
+            fcntl.fcntl(self.held, fcntl.F_SETLEASE, fcntl.F_WRLCK)
+        except OSError as problem:
+            self.skipTest(f"no file can be held on this file system: {problem}")
+
+    def release(self):
+        os.close(self.held)
+
+    def kill_launcher(self):
+        self.running.send(signal.SIGKILL)
+        self.assertEqual(self.running.process.wait(launcher.LONGEST), -signal.SIGKILL)
+
+    def expect_closed_to_the_user(self):
+        """Until it is whole: nobody can take the piece for an application."""
+        self.assertTrue(os.path.exists(BUNDLE))
+        self.assertEqual(self.machine.run_tool("ls", BUNDLE).returncode, 2)
+        opened = self.machine.run_tool(f"{SOURCE}/Contents/SharedSupport/bin/open", BUNDLE)
+        self.assertEqual(opened.stderr, f"The application {BUNDLE} cannot be opened.\n")
+
+    def test_piece_of_a_copy_is_no_application_and_makes_room_for_the_next(self):
+        self.kill_launcher()
+        launcher.end_process(self.tool, signal.SIGKILL)
+        self.release()
+        self.expect_closed_to_the_user()
+
+        ended = self.launch(MOVE)
+        self.assertIn(ASK + OFFER + PASSWORD, ended.output)
+        self.expect_restarted(ended)
+        self.expect_copy_of(self.source)
+
+    def test_copy_whose_launcher_was_killed_goes_on_to_its_end(self):
+        self.kill_launcher()
+        self.expect_closed_to_the_user()
+        self.release()
+        launcher.wait_until(lambda: not os.path.exists(f"/proc/{self.tool}"), "the end of the copy")
+        self.expect_copy_of(self.source)
+        self.assertEqual(self.machine.state(SOURCE), self.source)
+
+    def test_tool_that_is_killed_leaves_no_half_copy(self):
+        os.kill(self.tool, signal.SIGKILL)
+        self.running.answer("\n")
+        self.running.close_input()
+        ended = self.running.end()
+        self.assertIn(FAILED, ended.output)
+        self.assertEqual(os.listdir("/Applications"), [])
+        self.expect_went_on_from(SOURCE, ended)
+
+    def test_polite_signal_waits_for_the_end_of_the_copy(self):
+        self.running.send(signal.SIGTERM)
+        launcher.wait_until(lambda: self.running.has_taken(signal.SIGTERM), "the signal")
+        self.release()
+        self.running.end()
+        self.expect_copy_of(self.source)
 
 
 class Denied(MoveTest):
@@ -108,6 +193,11 @@ class Volume(MoveTest):
         if options:
             subprocess.run(["mount", "-o", ",".join(("remount", *options)), VOLUME], check=True)
 
+    def expect_unmounted(self):
+        if not os.stat("/usr/bin/umount").st_mode & stat.S_ISUID or os.stat("/usr/bin/umount").st_uid:
+            raise unittest.SkipTest("no umount here that a user may use")
+        launcher.wait_until(lambda: not os.path.ismount(VOLUME), "the end of the volume")
+
     def test_launcher_moves_from_a_read_only_volume_which_is_unmounted_afterwards(self):
         self.mount("ro")
         self.machine.remove(BUNDLE)
@@ -116,9 +206,17 @@ class Volume(MoveTest):
         self.expect_restarted(ended)
         self.assertFalse(os.path.exists(HOME_TRASH))
         self.assertTrue(os.path.ismount(VOLUME))  # for another five seconds
-        if not os.stat("/usr/bin/umount").st_mode & stat.S_ISUID or os.stat("/usr/bin/umount").st_uid:
-            raise unittest.SkipTest("no umount here that a user may use")
-        launcher.wait_until(lambda: not os.path.ismount(VOLUME), "the end of the volume")
+        self.expect_unmounted()
+
+    def test_volume_is_unmounted_though_the_launcher_was_started_in_it(self):
+        self.mount("ro")
+        self.open_applications()
+        running = self.machine.start(bundle=self.PLACE, folder=VOLUME)
+        running.answer(MOVE)
+        self.expect_restarted(running.end())
+        [core] = self.machine.core()
+        self.assertEqual(os.readlink(f"/proc/{core}/cwd"), "/")
+        self.expect_unmounted()
 
     def test_launcher_on_a_read_only_volume_can_replace_a_writable_copy(self):
         self.mount("ro")

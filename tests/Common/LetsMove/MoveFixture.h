@@ -8,6 +8,7 @@
 #include "Common/LetsMove/PFMoveApplication.h"
 #include "Common/LetsMove/PFMoveSteps.h"
 #include "Common/utils/Logging.h"
+#include "Platform/LockFile.h"
 #include "tests/fakes/FaultyFileManager.h"
 #include "tests/fakes/TestServices.h"
 
@@ -56,6 +57,18 @@ protected:
         }
         return false;
     }
+    /// As another launcher of the user that moves does.
+    platform::Result<platform::LockFile> takeLock() const {
+        services.makeFolder("/Users/jo/Library/Caches");
+        return platform::LockFile::take(
+            services.host("/Users/jo/Library/Caches/Quillmore.move.lock"), {});
+    }
+    /// As when a launcher that was started twice has moved while this one waits for its answer.
+    void losesItsSourceWhileItAsks() {
+        services.userInterface.onModal = [this] {
+            std::filesystem::remove_all(services.host(kSource));
+        };
+    }
     void answer(std::size_t button, bool suppressed = false) {
         services.userInterface.answers.push_back({button, suppressed});
     }
@@ -83,6 +96,17 @@ protected:
     std::deque<platform::ProcessEnd> toolEnds;
     bool toolsWork = true;
 
+    static std::vector<std::string> linesOf(const std::string& text) {
+        std::vector<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) {
+            const std::size_t tag = line.find(" (");
+            const std::size_t message = line.find("] ", line.find(" [", tag)) + 2;
+            lines.push_back(line.substr(tag + 1, 6) + line.substr(message));
+        }
+        return lines;
+    }
+
 private:
     bool recycle(const std::string& path) const {
         if (untrashable.contains(path)) return false;
@@ -103,16 +127,6 @@ private:
         platform::ProcessEnd end;
         if (!toolEnds.empty()) end = toolEnds.front(), toolEnds.pop_front();
         services.processes.setEnd(services.authorization.process, end);
-    }
-    static std::vector<std::string> linesOf(const std::string& text) {
-        std::vector<std::string> lines;
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) {
-            const std::size_t tag = line.find(" (");
-            const std::size_t message = line.find("] ", line.find(" [", tag)) + 2;
-            lines.push_back(line.substr(tag + 1, 6) + line.substr(message));
-        }
-        return lines;
     }
 };
 

@@ -37,17 +37,43 @@ TEST_F(MoveQuestion, ShowsTheTextsAndTwoButtons) {
     EXPECT_TRUE(alert.showsSuppressionButton);
 }
 
-TEST_F(MoveQuestion, TextsAreTranslated) {
-    services.makeFile(
-        std::string(kSource) + "/Contents/Resources/en.lproj/Localizable.strings",
-        "\"Move to Applications folder?\" = \"Umziehen?\"; \"Do Not Move\" = \"Nein\";");
+TEST_F(MoveQuestion, EveryTextIsTranslated) {
+    services.makeFile(std::string(kSource) + "/Contents/Resources/en.lproj/Localizable.strings",
+                      "\"Move to Applications folder?\" = \"Umziehen?\";"
+                      "\"I can move myself to the Applications folder if you'd like.\" = \"Gern.\";"
+                      "\"Note that this will require an administrator password.\" = \"Kennwort.\";"
+                      "\"This will keep your Downloads folder uncluttered.\" = \"Ordnung.\";"
+                      "\"Move to Applications Folder\" = \"Ja\"; \"Do Not Move\" = \"Nein\";");
     startFrom(kSource);
-    addition();
-    EXPECT_EQ(alerts()[0].messageText, "Umziehen?");
-    EXPECT_EQ(alerts()[0].buttons[1].title, "Nein");
+    for (const char* information : {"Gern. Ordnung.", "Gern. Kennwort."}) {
+        answer(1);
+        EXPECT_FALSE(moves());
+        EXPECT_EQ(alerts().back().messageText, "Umziehen?");
+        EXPECT_EQ(alerts().back().informativeText, information);
+        EXPECT_EQ(alerts().back().buttons[0].title, "Ja");
+        EXPECT_EQ(alerts().back().buttons[1].title, "Nein");
+        makeReadOnly("/Applications");
+    }
+}
+
+TEST_F(MoveQuestion, FailureIsTranslatedToo) {
+    services.makeFile(std::string(kSource) + "/Contents/Resources/en.lproj/Localizable.strings",
+                      "\"Could not move to Applications folder\" = \"Nichts.\";"
+                      "\"I am still at \\\"%@\\\".\" = \"Noch in %@.\";");
+    startFrom(kSource);
+    untrashable.insert(kDestination);
+    EXPECT_FALSE(moves());
+    ASSERT_EQ(alerts().size(), 2U);
+    EXPECT_EQ(alerts()[1].messageText, "Nichts.");
+    EXPECT_EQ(alerts()[1].informativeText, std::string("Noch in ") + kSource + ".");
 }
 
 TEST_F(MoveQuestion, NamesTheDownloadsFolder) {
+    EXPECT_EQ(addition(), kDownloads);
+}
+
+TEST_F(MoveQuestion, FolderWhoseNameOnlyBeginsLikeTheDownloadsFolderCountsAsOne) {
+    startFrom("/Users/jo/Downloads old/Quillmore.app");
     EXPECT_EQ(addition(), kDownloads);
 }
 

@@ -1,5 +1,7 @@
 #include "Platform/Authorization.h"
+#include "Platform/TerminationSignals.h"
 #include "tests/Common/LetsMove/MoveFixture.h"
+#include "tests/Platform/ForkedProcess.h"
 
 namespace quillmore::tests {
 namespace {
@@ -23,7 +25,9 @@ protected:
     static platform::ProcessEnd exited(int status) { return {false, status}; }
     /// A failed move has told the user and the log, and given the rights back.
     void expectFailure() {
+        answer(0, true);
         EXPECT_FALSE(moves());
+        EXPECT_FALSE(services.defaults->boolForKey("moveToApplicationsFolderAlertSuppress"));
         EXPECT_THAT(failureText(), HasSubstr("I am still at"));
         EXPECT_THAT(errorLines(), Contains(kFailed));
         EXPECT_EQ(services.authorization.alive, 0);
@@ -80,9 +84,10 @@ TEST_F(MoveWithAuthorization, CancelledPasswordIsNoFailure) {
     EXPECT_FALSE(moves());
     EXPECT_EQ(alerts().size(), 1U);
     const CapturedOutput::Streams log = output.take();
-    EXPECT_THAT(log.standardOutput, HasSubstr("(vrb)"));
-    EXPECT_THAT(log.standardOutput, HasSubstr("Authorisation denied\n"));
-    EXPECT_THAT(log.standardOutput, HasSubstr("Not moving because user canceled authorization\n"));
+    EXPECT_THAT(linesOf(log.standardOutput),
+                ElementsAre("(nrm) Moving myself to the Applications folder",
+                            "(vrb) Asking for authorisation...", "(vrb) Authorisation denied",
+                            "(nrm) Not moving because user canceled authorization"));
     EXPECT_EQ(log.standardError, "");
     EXPECT_THAT(calls(), ElementsAre("create", kRights, "free"));
     EXPECT_FALSE(services.defaults->boolForKey("moveToApplicationsFolderAlertSuppress"));
@@ -120,6 +125,29 @@ TEST_F(MoveWithAuthorization, RemovalEndedByASignalIsAFailure) {
     EXPECT_THAT(calls(), ElementsAre("create", kRights, kRemoval, "free"));
 }
 
+TEST_F(MoveWithAuthorization, WhatAnInterruptedRemovalLeavesIsNamed) {
+    toolsWork = false;
+    toolEnds = {signalled(9)};
+    EXPECT_FALSE(moves());
+    EXPECT_EQ(failureText(),
+              "\"/Applications/Quillmore.app\" is an incomplete copy.\n"
+              "I am still at \"/Users/jo/Downloads/Quillmore.app\".");
+}
+
+TEST_F(MoveWithAuthorization, PoliteSignalDuringTheRemovalWaitsForTheCopy) {
+    ForkedProcess process([&]() -> int {
+        platform::watchTerminationSignals(
+            [&](int) { ::_exit(versionAt(kDestination) == "new" ? 0 : 1); });
+        services.authorization.onExecute = [this, work = services.authorization.onExecute] {
+            work();
+            if (calls().back() == kRemoval) signalSelf(SIGTERM);
+        };
+        moves();
+        return 2;
+    });
+    EXPECT_EQ(process.exitStatus(), 0);
+}
+
 TEST_F(MoveWithAuthorization, RemovalsExitStatusDoesNotCount) {
     toolEnds = {exited(1)};
     EXPECT_TRUE(moves());
@@ -141,6 +169,20 @@ TEST_F(MoveWithAuthorization, CopysExitStatusCounts) {
     toolEnds = {exited(0), exited(1)};
     expectFailure();
     EXPECT_EQ(versionAt(kSource), "new");
+}
+
+TEST_F(MoveWithAuthorization, CopyThatDoesNotStartIsAFailure) {
+    std::filesystem::remove_all(services.host(kDestination));
+    services.authorization.executeStatus = platform::kAuthorizationToolExecuteFailure;
+    expectFailure();
+    EXPECT_THAT(calls(), ElementsAre("create", kRights, kCopy, "free"));
+}
+
+TEST_F(MoveWithAuthorization, CopyThatCannotBeWaitedForIsAFailure) {
+    std::filesystem::remove_all(services.host(kDestination));
+    services.authorization.onExecute = nullptr;  // its end is never learnt
+    expectFailure();
+    EXPECT_THAT(calls(), ElementsAre("create", kRights, kCopy, "free"));
 }
 
 TEST_F(MoveWithAuthorization, CopyEndedByASignalIsAFailure) {
@@ -176,6 +218,23 @@ TEST_F(MoveWithAuthorization, OldCopyThatCouldNotBeRemovedSurvivesAFailedCopy) {
     EXPECT_THAT(calls(), ElementsAre("create", kRights, kRemoval, kCopy, "free"));
     EXPECT_EQ(failureText(), "I am still at \"/Users/jo/Downloads/Quillmore.app\".");
     EXPECT_EQ(versionAt(kDestination), "old");
+}
+
+TEST_F(MoveWithAuthorization, SourceThatHasGoneMeanwhileMakesNoRoomForItself) {
+    losesItsSourceWhileItAsks();
+    EXPECT_FALSE(moves());
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_EQ(versionAt(kDestination), "old");
+    EXPECT_EQ(failureText(), "\"/Users/jo/Downloads/Quillmore.app\" is no longer there.");
+}
+
+TEST_F(MoveWithAuthorization, SecondLauncherDoesNotMoveAtTheSameTime) {
+    const auto lock = takeLock();
+    ASSERT_TRUE(lock);
+    EXPECT_FALSE(moves());
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_THAT(errorLines(),
+                ElementsAre("(ERR) Another copy of this application is moving itself"));
 }
 
 TEST_F(MoveWithAuthorization, BundleOfAnotherKindIsNotMoved) {

@@ -1,4 +1,3 @@
-#include "Platform/LockFile.h"
 #include "tests/Common/LetsMove/MoveFixture.h"
 
 namespace quillmore::tests {
@@ -126,9 +125,7 @@ TEST_F(MoveDecision, PieceThatCannotBeTakenAwayIsNamedInTheLog) {
 
 TEST_F(MoveDecision, CopyOfALauncherStillAtWorkIsLeftAlone) {
     services.makeFile(std::string(kStaging) + "/version", "piece");
-    services.makeFolder("/Users/jo/Library/Caches");
-    const auto lock =
-        platform::LockFile::take(services.host("/Users/jo/Library/Caches/Quillmore.move.lock"), {});
+    const auto lock = takeLock();
     ASSERT_TRUE(lock);
     offersFrom(kSource);
     EXPECT_TRUE(services.exists(kStaging));

@@ -13,10 +13,10 @@ constexpr const char* kImage = "/Volumes/Quillmore 1.15/Quillmore.app";
 
 class MoveRelaunch : public MoveFixture {
 protected:
-    static std::string relaunch(const std::string& quarantine) {
+    static std::string relaunch(const std::string& quarantine,
+                                const std::string& bundle = kDestination) {
         return "/bin/sh -c (while [ `ps -p " + std::to_string(::getpid()) +
-               " | wc -l` -gt 1 ]; do sleep 0.1; done; " + quarantine +
-               " open '/Applications/Quillmore.app') &";
+               " | wc -l` -gt 1 ]; do sleep 0.1; done; " + quarantine + " open '" + bundle + "') &";
     }
     static std::string pathOf(const ProcessRequest& request) {
         for (const std::string& entry : request.environment.value_or(std::vector<std::string>()))
@@ -46,6 +46,35 @@ TEST_F(MoveRelaunch, Framework824KnowsNoQuarantine) {
     makeReadOnly("/Applications");
     EXPECT_TRUE(moves());
     EXPECT_THAT(services.processes.started, ElementsAre(relaunch("")));
+}
+
+TEST_F(MoveRelaunch, PathIsPutBetweenSingleQuotesWhateverIsInIt) {
+    const std::string name = "It's \"$HOME\" `id` \\ %@.app";
+    makeApplication("/Applications/" + name);
+    startFrom("/Users/jo/Downloads/" + name);
+    EXPECT_TRUE(moves());
+    const std::string bundle = "/Applications/" + name;
+    EXPECT_THAT(services.processes.started,
+                ElementsAre(relaunch("/usr/bin/xattr -d -r com.apple.quarantine '" + bundle + "';",
+                                     bundle)));
+}
+
+TEST_F(MoveRelaunch, SourceIsInTheTrashBeforeTheShellStarts) {
+    std::vector<bool> sourceWasThere;
+    const auto look = [&](const ProcessRequest&) {
+        sourceWasThere.push_back(services.exists(kSource));
+    };
+    services.processes.teach("/bin/sh", {"", {}, look});
+    EXPECT_TRUE(moves());
+    EXPECT_THAT(sourceWasThere, ElementsAre(false));
+}
+
+TEST_F(MoveRelaunch, NoOtherLauncherMovesUntilThisOneHasEnded) {
+    bool lockIsFree = true;
+    services.processes.teach(
+        "/bin/sh", {"", {}, [&](const ProcessRequest&) { lockIsFree = takeLock().hasValue(); }});
+    EXPECT_TRUE(moves());
+    EXPECT_FALSE(lockIsFree);
 }
 
 TEST_F(MoveRelaunch, ShellFindsTheProgramsOfTheMovedCopyFirst) {

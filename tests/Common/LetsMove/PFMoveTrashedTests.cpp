@@ -1,4 +1,3 @@
-#include "Platform/LockFile.h"
 #include "tests/Common/LetsMove/MoveFixture.h"
 
 namespace quillmore::tests {
@@ -47,11 +46,12 @@ TEST_F(MoveWithTrash, OtherCopyThatCannotBeTrashedIsOnlyLogged) {
     untrashable.insert("/Applications/Quillmore-1.app");
     PFAlsoRemoveBundles({{"/Applications/Quillmore-1.app"}});
     EXPECT_TRUE(moves());
+    EXPECT_EQ(versionAt("/Applications/Quillmore-1.app"), "older");
     const CapturedOutput::Streams log = output.take();
-    EXPECT_THAT(log.standardOutput,
-                HasSubstr("Failed to trash \"/Applications/Quillmore-1.app\"\n"));
-    EXPECT_THAT(log.standardError,
-                HasSubstr("Could not trash \"/Applications/Quillmore-1.app\"\n"));
+    EXPECT_THAT(linesOf(log.standardOutput),
+                Contains("(vrb) Failed to trash \"/Applications/Quillmore-1.app\""));
+    EXPECT_THAT(linesOf(log.standardError),
+                ElementsAre("(ERR) Could not trash \"/Applications/Quillmore-1.app\""));
 }
 
 TEST_F(MoveWithTrash, SourceNamedAmongTheOtherCopiesIsKeptForTheCopy) {
@@ -151,14 +151,29 @@ TEST_F(MoveWithTrash, SourceThatCannotBeTrashedStaysWithAWarning) {
 }
 
 TEST_F(MoveWithTrash, SecondLauncherDoesNotMoveAtTheSameTime) {
-    services.makeFolder("/Users/jo/Library/Caches");
-    const auto lock =
-        platform::LockFile::take(services.host("/Users/jo/Library/Caches/Quillmore.move.lock"), {});
+    const auto lock = takeLock();
     ASSERT_TRUE(lock);
     EXPECT_FALSE(moves());
     EXPECT_EQ(versionAt(kDestination), "old");
     EXPECT_THAT(errorLines(),
                 ElementsAre("(ERR) Another copy of this application is moving itself"));
+}
+
+TEST_F(MoveWithTrash, SourceThatHasGoneMeanwhileMakesNoRoomForItself) {
+    losesItsSourceWhileItAsks();
+    EXPECT_FALSE(moves());
+    EXPECT_EQ(versionAt(kDestination), "old");
+    EXPECT_THAT(services.workspace.recycled, ElementsAre());
+    EXPECT_EQ(failureText(), "\"/Users/jo/Downloads/Quillmore.app\" is no longer there.");
+    EXPECT_THAT(errorLines(),
+                ElementsAre("(ERR) Could not copy myself to /Applications/Quillmore.app"));
+}
+
+TEST_F(MoveWithTrash, NameThatIsOnlyStoredDoesNotCount) {
+    PFAltDstBundleName("Other");
+    EXPECT_TRUE(moves());
+    EXPECT_EQ(versionAt(kDestination), "new");
+    EXPECT_FALSE(services.exists("/Applications/Other.app"));
 }
 
 TEST_F(MoveWithTrash, NoFailureTurnsTheOfferOff) {

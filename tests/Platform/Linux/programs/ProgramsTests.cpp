@@ -78,6 +78,13 @@ TEST_F(Programs, OpenNamesWhatIsNoApplication) {
     EXPECT_EQ(ended.errors, "The application " + disk.host("/Empty.app") + " cannot be opened.\n");
 }
 
+TEST_F(Programs, OpenGoesOnToTheNextWhenOneIsNotThere) {
+    disk.makeFolder("/Empty.app");
+    const Ended ended = run("open", {disk.host("/None.app"), disk.host("/Empty.app")});
+    EXPECT_THAT(ended.errors, HasSubstr("/None.app does not exist.\n"));
+    EXPECT_THAT(ended.errors, HasSubstr("/Empty.app cannot be opened.\n"));
+}
+
 TEST_F(Programs, EachSaysHowItIsUsed) {
     EXPECT_THAT(run("open", {}).errors, HasSubstr("usage: open"));
     EXPECT_THAT(run("xattr", {"-d", "name"}).errors, HasSubstr("usage: xattr"));
@@ -117,6 +124,13 @@ TEST_F(Attributes, WithoutRecursionTheFolderAloneLosesIt) {
     EXPECT_EQ(run("xattr", {"-d", "com.apple.quarantine", disk.host("/A.app")}).status, 0);
     EXPECT_FALSE(isMarked("/A.app"));
     EXPECT_TRUE(isMarked("/A.app/file"));
+}
+
+TEST_F(Attributes, NameMayBeTheSystemsOwn) {
+    disk.makeFile("/file", "");
+    if (!mark("/file")) GTEST_SKIP() << "the file system of the temporary folder has no attributes";
+    EXPECT_EQ(run("xattr", {"-d", kName, disk.host("/file")}).status, 0);
+    EXPECT_FALSE(isMarked("/file"));
 }
 
 TEST_F(Attributes, RecursionDoesNotLeaveTheTree) {
