@@ -6,10 +6,12 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <ctime>
 
+#include "UpdateTool/Caller.h"
 #include "UpdateTool/Failure.h"
 #include "UpdateTool/Paths.h"
 
@@ -36,8 +38,10 @@ FileDescriptor openLog(const Context& context, int folder) {
     return file;
 }
 
-/// Under a lock, or two runs would each put a file aside. Only root can hold one on this file.
+/// Under a lock, or two runs would each put a file aside. Only root can hold one on this file, and
+/// nobody can stop the run that does.
 void putAsideWhenFull(int folder, int file) {
+    const OutOfCallersReach reach;
     struct stat held {};
     struct stat named {};
     if (::flock(file, LOCK_EX) != 0) return;
@@ -58,6 +62,13 @@ std::string timeNow() {
     return text.data();
 }
 
+/// One line, whatever the caller put into it, also for a terminal that shows it.
+std::string printable(std::string text) {
+    const auto isOdd = [](char c) { return c < ' ' || c > '~'; };
+    std::replace_if(text.begin(), text.end(), isOdd, '?');
+    return text;
+}
+
 }  // namespace
 
 AuditTrail::AuditTrail(const Context& context, const std::string& folderPath) {
@@ -73,11 +84,13 @@ AuditTrail::AuditTrail(const Context& context, const std::string& folderPath) {
 }
 
 void AuditTrail::write(const std::string& line) const {
-    const std::string text = line.substr(0, kLongestLine);
+    const std::string text = printable(line.substr(0, kLongestLine));
     ::openlog("updateqm", LOG_PID, LOG_AUTHPRIV);
     ::syslog(LOG_NOTICE, "%s", text.c_str());
     ::closelog();
-    if (!file_) return;
+    struct stat status {};
+    // Runs that were opened and stopped, and go on all at once, would make it as long as they like.
+    if (!file_ || ::fstat(file_.get(), &status) != 0 || status.st_size >= 2 * kFullSize) return;
     const std::string whole =
         timeNow() + " updateqm[" + std::to_string(::getpid()) + "]: " + text + "\n";
     // One call, so that the lines of runs that end together stay whole. A full disk loses it.

@@ -1,7 +1,7 @@
 // What was asked of the tool, by whom, and what came of it: a line a run in the system's log and in
 // a file of the tool's own, updateqm.log in the system's log folder, which only root reads. When it
-// has grown to 256 KiB it becomes updateqm.log.1, and the one before that goes: it never takes more
-// than twice that, and no link can lead the lines elsewhere.
+// has grown to 256 KiB it becomes updateqm.log.1, and the one before that goes: neither ever takes
+// more than twice that, and no link can lead the lines elsewhere.
 #pragma once
 
 #include <string>
@@ -20,7 +20,7 @@ public:
     /// not root's alone the lines go to the system's log only.
     AuditTrail(const Context& context, const std::string& folder);
 
-    /// At most 4 KiB of it. Never fails: what was done is done.
+    /// At most 4 KiB of it, with "?" for whatever is not printable ASCII.
     void write(const std::string& line) const;
 
 private:

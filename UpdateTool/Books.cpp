@@ -37,14 +37,14 @@ std::optional<std::string> readBook(const Context& context, int folder, const st
 
 void writeBook(const Context& context, int folder, const std::string& name,
                const std::string& text) {
-    removeUnfinishedBooks(folder);
+    removeUnfinishedBooks(context, folder);
     try {
         writeFile(context, folder, kUnfinishedName, Bytes(text.begin(), text.end()), 0600);
         if (::renameat(folder, kUnfinishedName, folder, name.c_str()) != 0 || ::fsync(folder) != 0)
             failWithSystemError(EX_CANTCREAT,
                                 "cannot write " + quoted(name) + " of the product folder");
-    } catch (const Failure&) {
-        removeUnfinishedBooks(folder);
+    } catch (...) {
+        removeUnfinishedBooks(context, folder);
         throw;
     }
 }
@@ -58,8 +58,8 @@ void removeBook(int folder, const std::string& name) {
         failWithSystemError(EX_IOERR, "cannot write the product folder to disk");
 }
 
-void removeUnfinishedBooks(int folder) {
-    removeTree(folder, kUnfinishedName);
+void removeUnfinishedBooks(const Context& context, int folder) {
+    removeTree(context, folder, kUnfinishedName);
 }
 
 }  // namespace quillmore::updatetool

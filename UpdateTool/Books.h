@@ -19,6 +19,6 @@ void writeBook(const Context& context, int folder, const std::string& name,
 /// It is gone from the disk when this returns. Fails with EX_IOERR; no such file is no failure.
 void removeBook(int folder, const std::string& name);
 /// Removes what a killed `writeBook` may have left.
-void removeUnfinishedBooks(int folder);
+void removeUnfinishedBooks(const Context& context, int folder);
 
 }  // namespace quillmore::updatetool

@@ -1,8 +1,5 @@
 #include "UpdateTool/BundleInstallation.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 
 #include "Platform/FileDescriptor.h"
@@ -15,6 +12,7 @@
 #include "UpdateTool/Staging.h"
 #include "UpdateTool/Targets.h"
 #include "UpdateTool/TreeWriter.h"
+#include "UpdateTool/Trees.h"
 #include "UpdateTool/ZipArchives.h"
 
 namespace quillmore::updatetool {
@@ -26,8 +24,7 @@ SplitPath requireInstallPath(const std::string& path, const Target& target) {
     if (std::count(target.folders.begin(), target.folders.end(), split.folder) == 0)
         fail(EX_USAGE, "nothing may be installed at " + quoted(path));
     requirePlainName(split.name);
-    if (sameFileName(split.name, kUpdateToolName) || sameFileName(split.name, kIntelFixesName))
-        fail(EX_USAGE, quoted(split.name) + " has a command of its own");
+    requireUnreservedName(split.name);
     return split;
 }
 
@@ -47,19 +44,24 @@ void installBundle(const Context& context, const std::string& command, const Arg
     if (*top.begin() != place.name)
         fail(EX_DATAERR,
              "the archive holds " + quoted(*top.begin()) + ", not " + quoted(place.name));
-    requireNotOlder(versionOfBundle(staging.folder(), place.name),
-                    versionOfBundle(staging.target(), place.name), place.name);
+    requireNotOlder(versionOfBundle(context, staging.folder(), place.name),
+                    versionOfBundle(context, staging.target(), place.name), place.name);
     staging.install(place.name, ReceiptChange::none);
 }
 
-/// The fixes are a folder of bundles, each with a version of its own.
-void requireFixesNotOlder(const std::set<std::string>& names, int staged, int productFolder) {
+/// The fixes are a folder of bundles, each with a version of its own. None of them may go missing,
+/// or the next archive could bring an older one.
+void requireFixesNotOlder(const Context& context, const Staging& staging) {
     const platform::FileDescriptor installed(
-        ::openat(productFolder, kIntelFixesName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(staging.target(), kIntelFixesName, kFolderFlags));
     if (!installed) return;
-    for (const std::string& name : names)
-        requireNotOlder(versionOfBundle(staged, name), versionOfBundle(installed.get(), name),
-                        name);
+    const platform::FileDescriptor staged(
+        ::openat(staging.folder(), kIntelFixesName, kFolderFlags));
+    const auto names = namesIn(installed.get(), EntryNames::kMaximumEntries);
+    if (!staged || !names) failWithSystemError(EX_CANTCREAT, "cannot compare the fixes");
+    for (const std::string& name : *names)
+        requireNotOlder(versionOfBundle(context, staged.get(), name),
+                        versionOfBundle(context, installed.get(), name), name);
 }
 
 }  // namespace
@@ -87,16 +89,12 @@ void repairIntelFixes(const Context& context, const Arguments& arguments) {
     fixes.path = kIntelFixesName;
     fixes.kind = ArchiveEntry::Kind::folder;
     writer.take(fixes, [] { return std::string(); });
-    const std::set<std::string> top =
-        readZipArchive(archive, TopLevel::anything, [&](ArchiveEntry entry, const ReadBlock& read) {
-            entry.path = fixes.path + "/" + entry.path;
-            writer.take(entry, read);
-        });
+    readZipArchive(archive, TopLevel::anything, [&](ArchiveEntry entry, const ReadBlock& read) {
+        entry.path = fixes.path + "/" + entry.path;
+        writer.take(entry, read);
+    });
     writer.finish();
-    const platform::FileDescriptor staged(::openat(
-        staging.folder(), kIntelFixesName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!staged) failWithSystemError(EX_CANTCREAT, "cannot open the folder for the fixes");
-    requireFixesNotOlder(top, staged.get(), staging.target());
+    requireFixesNotOlder(context, staging);
     staging.install(kIntelFixesName, ReceiptChange::none);
 }
 

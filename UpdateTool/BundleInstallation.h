@@ -1,14 +1,9 @@
 // Commands that put a folder from a signed ZIP archive in place.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "UpdateTool/Context.h"
 
 namespace quillmore::updatetool {
-
-using Arguments = std::vector<std::string>;
 
 /// "repairzipitem ARCHIVE SIGNATURE INSTALLPATH": a plug-in, directly in one of three folders.
 void repairZipItem(const Context& context, const Arguments& arguments);

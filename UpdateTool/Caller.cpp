@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "UpdateTool/Failure.h"
+#include "UpdateTool/OwnProgram.h"
 
 namespace quillmore::updatetool {
 
@@ -23,6 +24,16 @@ ActingAsCaller::~ActingAsCaller() {
     if (::seteuid(user_) != 0 || ::setegid(group_) != 0) return;
 }
 
+OutOfCallersReach::OutOfCallersReach() : user_(::getuid()) {
+    if (user_ != 0 && ::geteuid() == 0 && ::setreuid(0, static_cast<uid_t>(-1)) != 0)
+        failWithSystemError(EX_OSERR, "cannot leave the reach of the calling user");
+}
+
+OutOfCallersReach::~OutOfCallersReach() {
+    if (::getuid() == user_) return;
+    if (::setreuid(user_, static_cast<uid_t>(-1)) != 0 || ::getuid() != user_) std::abort();
+}
+
 void becomeRoot(const Context& context) {
     if (context.owner != 0) return;  // not the program: a test that has no root
     if (::seteuid(0) != 0)
@@ -33,16 +44,18 @@ void becomeRoot(const Context& context) {
     if (::setgroups(0, nullptr) != 0 || ::setgid(0) != 0 || ::setuid(0) != 0 || ::getuid() != 0 ||
         ::geteuid() != 0 || ::getgid() != 0 || ::getegid() != 0)
         failWithSystemError(EX_OSERR, "cannot leave the rights of the calling user");
+    // Not earlier: some systems let the caller lower it as long as the process is theirs, too.
+    takeOrdinaryPriority();
 }
 
 void becomeCaller(const Context& context) {
     // From root's effective identity, or the saved one would stay behind. Refused when there is no
     // root to give up.
-    const bool hadRoot = ::seteuid(0) == 0;
-    if (hadRoot && context.callerUser != 0 &&
-        (::setgid(context.callerGroup) != 0 || ::setuid(context.callerUser) != 0))
+    const bool givesUp = ::seteuid(0) == 0 && context.callerUser != 0;
+    if (givesUp && (::setgid(context.callerGroup) != 0 || ::setuid(context.callerUser) != 0))
         failWithSystemError(EX_OSERR, "cannot take the rights of the calling user");
-    if (::getuid() != context.callerUser || ::geteuid() != context.callerUser)
+    if (::getuid() != context.callerUser || ::geteuid() != context.callerUser ||
+        (givesUp && (::getgid() != context.callerGroup || ::getegid() != context.callerGroup)))
         fail(EX_OSERR, "the rights are not those of the calling user");
     if (context.callerUser != 0 && (::seteuid(0) == 0 || ::setuid(0) == 0)) std::abort();
 }

@@ -23,9 +23,22 @@ private:
     gid_t group_;
 };
 
+/// While one lives the process is root by its real identity, too: its caller can neither stop nor
+/// kill it. For whatever others may have to wait for before `becomeRoot`.
+class OutOfCallersReach {
+public:
+    OutOfCallersReach();
+    ~OutOfCallersReach();
+    OutOfCallersReach(const OutOfCallersReach&) = delete;
+    OutOfCallersReach& operator=(const OutOfCallersReach&) = delete;
+
+private:
+    uid_t user_;
+};
+
 /// All of root's identities and none of the caller's, not even a group: from here on the caller
-/// cannot signal the process. Call when all input has been read. Fails (EX_NOPERM) for a tool that
-/// has lost its set-user-ID bit.
+/// cannot signal the process, nor slow it down. Call when all input has been read. Fails
+/// (EX_NOPERM) for a tool that has lost its set-user-ID bit.
 void becomeRoot(const Context& context);
 /// For good: afterwards the process cannot become root again, and that is checked.
 void becomeCaller(const Context& context);

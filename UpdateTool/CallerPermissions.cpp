@@ -1,10 +1,7 @@
 // The two commands of Permissions.h about files that are the caller's own as a rule.
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <memory>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +11,7 @@
 #include "UpdateTool/Paths.h"
 #include "UpdateTool/Permissions.h"
 #include "UpdateTool/RunLock.h"
+#include "UpdateTool/Trees.h"
 
 namespace quillmore::updatetool {
 
@@ -21,16 +19,11 @@ using platform::FileDescriptor;
 
 namespace {
 
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t kCoreMode = 0755;
 constexpr std::string_view kCoreEnding = "Core.app";
 constexpr std::string_view kKeypairsEnding = "/.config/.mono/keypairs";
 constexpr mode_t kKeypairsMode = 0700;
 constexpr mode_t kKeypairMode = 0600;
-
-struct CloseFolder {
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
 
 struct stat examine(int folder, const std::string& name, const std::string& shown) {
     struct stat status {};
@@ -84,20 +77,18 @@ struct KeyPair {
 };
 
 std::vector<KeyPair> keyPairsIn(int folder, const Context& context, const std::string& shown) {
-    FileDescriptor own(::openat(folder, ".", kFolderFlags));
-    const std::unique_ptr<DIR, CloseFolder> stream(own ? ::fdopendir(own.get()) : nullptr);
-    if (stream == nullptr) failWithSystemError(EX_NOINPUT, "cannot list " + quoted(shown));
-    own.release();
     std::vector<KeyPair> keyPairs;
-    while (const dirent* entry = ::readdir(stream.get())) {
-        const struct stat status = examine(folder, entry->d_name, shown);
+    const auto names = namesIn(folder, std::numeric_limits<std::size_t>::max());
+    if (!names) failWithSystemError(EX_NOINPUT, "cannot list " + quoted(shown));
+    for (const std::string& name : *names) {
+        const struct stat status = examine(folder, name, shown);
         if (!S_ISREG(status.st_mode)) continue;
         if (status.st_uid != context.callerUser)
             fail(EX_NOPERM, "a key pair in " + quoted(shown) + " belongs to another user");
         if (status.st_nlink != 1)
             fail(EX_NOPERM, "a key pair in " + quoted(shown) +
                                 " has a second name (a hard link): use a copy of it");
-        keyPairs.push_back({entry->d_name, status.st_mode & 07777});
+        keyPairs.push_back({name, status.st_mode & 07777});
     }
     return keyPairs;
 }
@@ -108,7 +99,7 @@ void makePrivate(int folder, const std::vector<KeyPair>& keyPairs, const std::st
     try {
         for (; done < keyPairs.size(); ++done)
             setMode(folder, keyPairs[done].name, kKeypairMode, shown + "/" + keyPairs[done].name);
-    } catch (const Failure&) {
+    } catch (...) {
         while (done-- > 0)
             ::fchmodat(folder, keyPairs[done].name.c_str(), keyPairs[done].mode,
                        AT_SYMLINK_NOFOLLOW);
@@ -141,7 +132,7 @@ void fixMonoKeypairs(const Context& context, const Arguments& arguments) {
         const FileDescriptor folder(::openat(parent.get(), split.name.c_str(), kFolderFlags));
         if (!folder) failWithSystemError(EX_NOINPUT, "cannot open " + quoted(path));
         makePrivate(folder.get(), keyPairsIn(folder.get(), context, path), path);
-    } catch (const Failure&) {
+    } catch (...) {
         setMode(parent.get(), split.name, before.st_mode & 07777, path);
         throw;
     }

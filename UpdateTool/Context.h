@@ -9,6 +9,9 @@
 
 namespace quillmore::updatetool {
 
+/// What follows the program's name, or the command word, on a command line.
+using Arguments = std::vector<std::string>;
+
 struct Context {
     /// Put before every path; "" in the program, and nothing outside a test may set another.
     std::string root;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "UpdateTool/Failure.h"
+#include "UpdateTool/Paths.h"
 
 namespace quillmore::updatetool {
 
@@ -35,13 +36,6 @@ void requirePlain(const std::string& path) {
             refuse(path, "leads out of the archive's folder");
         start = end + 1;
     }
-}
-
-std::string folded(std::string path) {
-    std::transform(path.begin(), path.end(), path.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return path;
 }
 
 }  // namespace

@@ -17,10 +17,10 @@ void failWithSystemError(int exitStatus, const std::string& text) {
 std::string quoted(const std::string& path) {
     constexpr std::size_t kLongest = 1024;
     std::string text = path.size() > kLongest ? path.substr(0, kLongest) + "..." : path;
-    const auto isControl = [](char c) {
-        return static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) == 0x7f;
+    const auto isMisleading = [](char c) {
+        return static_cast<unsigned char>(c) < 0x20 || c == 0x7f || c == '"';
     };
-    std::replace_if(text.begin(), text.end(), isControl, '?');
+    std::replace_if(text.begin(), text.end(), isMisleading, '?');
     return '"' + text + '"';
 }
 

@@ -10,7 +10,7 @@
 
 namespace quillmore::updatetool {
 
-class Failure final : public platform::Exception {
+class Failure : public platform::Exception {
 public:
     Failure(int exitStatus, const std::string& text)
         : Exception("Update Tool Failure", text), exitStatus_(exitStatus) {}
@@ -23,8 +23,8 @@ private:
 [[noreturn]] void fail(int exitStatus, const std::string& text);
 /// The text, ": " and the system's words for the current error number.
 [[noreturn]] void failWithSystemError(int exitStatus, const std::string& text);
-/// The path in quotes, cut when it is very long, with control characters replaced: it came from
-/// whoever ran the tool and may neither forge nor flood the lines of a log.
+/// The path in quotes, cut when it is very long, with control characters and quotation marks
+/// replaced: it came from whoever ran the tool and may neither forge nor flood the lines of a log.
 std::string quoted(const std::string& path);
 
 }  // namespace quillmore::updatetool

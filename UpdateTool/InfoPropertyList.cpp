@@ -13,6 +13,8 @@ using Strings = std::map<std::string, std::string>;
 
 constexpr std::string_view kBinaryMark = "bplist00";
 constexpr std::size_t kTrailerSize = 32;
+/// A long one may be named by every reference of a list; no version and no key is one.
+constexpr std::uint64_t kLongestString = 1024;
 
 Strings stringsOfXml(std::string_view text) {
     Strings strings;
@@ -90,11 +92,11 @@ private:
     std::optional<std::uint64_t> reference(const Object& dictionary, std::uint64_t index) const {
         return number(dictionary.contents + index * referenceSize_, referenceSize_);
     }
-    /// ASCII strings only: keys and versions are.
+    /// Short ASCII strings only: keys and versions are.
     std::optional<std::string> string(std::uint64_t index) const {
         const auto found = object(index);
-        if (!found || found->kind != 5 || found->contents > bytes_.size() ||
-            found->size > bytes_.size() - found->contents)
+        if (!found || found->kind != 5 || found->size > kLongestString ||
+            found->contents > bytes_.size() || found->size > bytes_.size() - found->contents)
             return std::nullopt;
         return std::string(bytes_.substr(found->contents, found->size));
     }

@@ -7,8 +7,8 @@
 
 namespace quillmore::updatetool {
 
-/// Keys whose value is a string, with it. Empty for anything that is no property list with a
-/// dictionary at its top.
+/// Keys whose value is a string, with it, but for long ones in a binary list. Empty for anything
+/// that is no property list with a dictionary at its top.
 std::map<std::string, std::string> stringsOfInfo(std::string_view propertyList);
 
 }  // namespace quillmore::updatetool

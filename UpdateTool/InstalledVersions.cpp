@@ -1,7 +1,5 @@
 #include "UpdateTool/InstalledVersions.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -10,6 +8,7 @@
 #include "Platform/FileDescriptor.h"
 #include "UpdateTool/Failure.h"
 #include "UpdateTool/InfoPropertyList.h"
+#include "UpdateTool/Paths.h"
 
 namespace quillmore::updatetool {
 
@@ -107,10 +106,12 @@ std::optional<Version> versionOfInstalledTool(int folder, const std::string& nam
     return versionOfTool(bytes);
 }
 
-std::optional<Version> versionOfBundle(int parent, const std::string& name) {
-    const platform::FileDescriptor bundle(
-        ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!bundle) return std::nullopt;
+std::optional<Version> versionOfBundle(const Context& context, int parent,
+                                       const std::string& name) {
+    const platform::FileDescriptor bundle(::openat(parent, name.c_str(), kFolderFlags));
+    struct stat status {};
+    if (!bundle || ::fstat(bundle.get(), &status) != 0 || !isTrusted(context, status))
+        return std::nullopt;
     for (const char* path : kInfoPaths)
         if (const auto version = versionInInfo(readInfo(bundle.get(), path))) return version;
     return std::nullopt;

@@ -19,8 +19,9 @@ std::optional<Version> versionOfTool(const Bytes& bytes);
 /// The same of the installed one; it is read, never run.
 std::optional<Version> versionOfInstalledTool(int folder, const std::string& name);
 /// "CFBundleShortVersionString" and "CFBundleVersion" of a bundle or framework. Nothing when there
-/// is no readable property list or version.
-std::optional<Version> versionOfBundle(int parent, const std::string& name);
+/// is no readable property list or version, and for a bundle that others than root can change: it
+/// may say, and lead to, what they like.
+std::optional<Version> versionOfBundle(const Context& context, int parent, const std::string& name);
 
 /// Fails (EX_DATAERR) when the installed item has a version and the new one has none or a lower
 /// one.

@@ -1,5 +1,6 @@
 #include "UpdateTool/Journal.h"
 
+#include <cstdint>
 #include <sstream>
 
 #include "UpdateTool/Books.h"
@@ -22,14 +23,14 @@ constexpr unsigned kLastReceiptChange = static_cast<unsigned>(ReceiptChange::rem
 }
 
 std::string textOf(const JournalEntry& entry) {
-    std::ostringstream text;
-    text << kFirstLine << '\n'
-         << entry.folder << '\n'
-         << entry.presentFolders << ' ' << entry.staged << ' ' << static_cast<int>(entry.receipt)
-         << ' ' << static_cast<int>(entry.receiptBefore) << '\n'
-         << entry.item << '\n'
-         << kLastLine << '\n';
-    return text.str();
+    // Not by a stream: that would leave out what it has no memory for, and say nothing.
+    std::string text = kFirstLine + ("\n" + entry.folder + "\n");
+    for (const std::uint64_t number :
+         {std::uint64_t{entry.presentFolders}, std::uint64_t{entry.staged},
+          static_cast<std::uint64_t>(entry.receipt),
+          static_cast<std::uint64_t>(entry.receiptBefore)})
+        text += std::to_string(number) + " ";
+    return text + std::to_string(entry.caller) + "\n" + entry.item + "\n" + kLastLine + "\n";
 }
 
 JournalEntry parse(const std::string& text) {
@@ -43,7 +44,7 @@ JournalEntry parse(const std::string& text) {
     std::getline(lines, last);
     std::istringstream fields(numbers);
     unsigned receipt = 0, before = 0;
-    fields >> entry.presentFolders >> entry.staged >> receipt >> before;
+    fields >> entry.presentFolders >> entry.staged >> receipt >> before >> entry.caller;
     if (first != kFirstLine || last != kLastLine || !fields || receipt > kLastReceiptChange ||
         before > kLastReceiptChange || !isTargetFolder(entry.folder))
         failSenseless();

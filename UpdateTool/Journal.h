@@ -16,6 +16,7 @@ namespace quillmore::updatetool {
 enum class ReceiptChange { none, add, remove };
 
 struct JournalEntry {
+    uid_t caller = 0;                ///< Whose run it is.
     std::string folder;              ///< The target folder; the staging folder is in it.
     std::size_t presentFolders = 0;  ///< How many of its components were there before.
     std::string item;                ///< Empty as long as nothing is being put in place.

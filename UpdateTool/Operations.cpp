@@ -1,6 +1,5 @@
 #include "UpdateTool/Operations.h"
 
-#include <algorithm>
 #include <exception>
 #include <new>
 
@@ -55,14 +54,23 @@ constexpr Operation kOperations[] = {
      "modes of the caller's own key pairs", "gives root up for good before it looks at anything"},
 };
 
-const Operation& findOperation(const Arguments& commandLine) {
+/// Null for a word that is none.
+const Operation* operationOf(const Arguments& commandLine) {
+    for (const Operation& row : kOperations)
+        if (!commandLine.empty() && commandLine.front() == row.word) return &row;
+    return nullptr;
+}
+
+bool hasItsArguments(const Operation& operation, const Arguments& commandLine) {
+    return commandLine.size() - 1 == operation.argumentCount;
+}
+
+const Operation& requireOperation(const Arguments& commandLine) {
     if (commandLine.empty()) fail(EX_USAGE, "no command was given");
-    const auto found =
-        std::find_if(std::begin(kOperations), std::end(kOperations),
-                     [&](const Operation& row) { return commandLine.front() == row.word; });
-    if (found == std::end(kOperations))
+    const Operation* found = operationOf(commandLine);
+    if (found == nullptr)
         fail(EX_USAGE, "unknown command " + quoted(commandLine.front().substr(0, kShownLength)));
-    if (commandLine.size() - 1 != found->argumentCount)
+    if (!hasItsArguments(*found, commandLine))
         fail(EX_USAGE, std::string("usage: updateqm ") + found->word +
                            (found->argumentCount == 0 ? "" : " ") + found->usage);
     return *found;
@@ -70,17 +78,12 @@ const Operation& findOperation(const Arguments& commandLine) {
 
 /// What the command line was about, when it was one: what else it holds is nobody's business.
 std::string itemsOf(const Arguments& commandLine) {
+    const Operation* operation = operationOf(commandLine);
+    if (operation == nullptr || !hasItsArguments(*operation, commandLine)) return "";
     std::string text;
     for (std::size_t index = 1; index < commandLine.size(); ++index)
         text += (index == 1 ? " item " : " ") + quoted(commandLine[index].substr(0, kShownLength));
     return text;
-}
-
-bool isWellFormed(const Arguments& commandLine) {
-    return std::any_of(std::begin(kOperations), std::end(kOperations), [&](const Operation& row) {
-        return !commandLine.empty() && commandLine.front() == row.word &&
-               commandLine.size() - 1 == row.argumentCount;
-    });
 }
 
 void audit(const Context& context, const Arguments& commandLine, int status,
@@ -88,14 +91,19 @@ void audit(const Context& context, const Arguments& commandLine, int status,
     if (!context.audit) return;
     const std::string word = commandLine.empty() ? "" : commandLine.front().substr(0, 64);
     context.audit("user " + std::to_string(context.callerUser) + " command " + quoted(word) +
-                  " status " + std::to_string(status) +
-                  (isWellFormed(commandLine) ? itemsOf(commandLine) : "") +
+                  " status " + std::to_string(status) + itemsOf(commandLine) +
                   (text.empty() ? "" : ": " + text));
+}
+
+/// With the caller's rights, for so is the stream.
+void tell(const Context& context, const std::string& text, std::ostream& errors) {
+    const ActingAsCaller caller(context);
+    errors << "updateqm: " << text << std::endl;
 }
 
 void runChecked(const Context& context, const Arguments& commandLine) {
     const ActingAsCaller caller(context);
-    const Operation& operation = findOperation(commandLine);
+    const Operation& operation = requireOperation(commandLine);
     if (operation.who == Who::administrator && !context.administrator)
         fail(EX_NOPERM, std::string(operation.word) + " needs an administrator");
     operation.run(context, Arguments(commandLine.begin() + 1, commandLine.end()));
@@ -122,9 +130,13 @@ int runCommand(const Context& context, const Arguments& commandLine, std::ostrea
     } catch (const std::exception& exception) {
         text = exception.what();
     }
-    // First, for whoever reads the errors may keep the program waiting.
-    audit(context, commandLine, status, text);
-    if (status != EX_OK) errors << "updateqm: " << text << std::endl;
+    try {
+        // First, for whoever reads the errors may keep the program waiting.
+        audit(context, commandLine, status, text);
+        if (status != EX_OK) tell(context, text, errors);
+    } catch (const std::exception&) {
+        // There is not even memory for that. What was done is done.
+    }
     return status;
 }
 

@@ -3,14 +3,10 @@
 
 #include <ostream>
 #include <span>
-#include <string>
-#include <vector>
 
 #include "UpdateTool/Context.h"
 
 namespace quillmore::updatetool {
-
-using Arguments = std::vector<std::string>;
 
 enum class Who { anyone, administrator };
 

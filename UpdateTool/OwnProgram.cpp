@@ -1,5 +1,6 @@
 #include "UpdateTool/OwnProgram.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,10 +11,17 @@
 #include <cstdint>
 #include <cstdlib>
 #else
-#include <sysexits.h>
+#include <sched.h>
+#include <sys/syscall.h>
 #endif
 
 namespace quillmore::updatetool {
+
+namespace {
+void raisePriority() {
+    if (::getpriority(PRIO_PROCESS, 0) > 0) ::setpriority(PRIO_PROCESS, 0, 0);
+}
+}  // namespace
 
 #ifdef __APPLE__
 
@@ -34,7 +42,7 @@ const char* systemLogFolder() {
     return "/private/var/log";
 }
 
-void closeOtherDescriptors() {
+bool closeOtherDescriptors() {
     std::vector<int> open;
     if (DIR* folder = ::opendir("/dev/fd")) {
         while (const dirent* entry = ::readdir(folder)) {
@@ -47,6 +55,11 @@ void closeOtherDescriptors() {
             open.push_back(descriptor);
     }
     for (const int descriptor : open) ::close(descriptor);
+    return true;
+}
+
+void takeOrdinaryPriority() {
+    raisePriority();
 }
 
 bool isAdministratorsRun(const std::string& programPath) {
@@ -71,9 +84,21 @@ const char* systemLogFolder() {
     return "/var/log";
 }
 
-void closeOtherDescriptors() {
+bool closeOtherDescriptors() {
     // Not a walk of /dev/fd: that takes a descriptor, and the caller may have left none.
-    if (::close_range(3, ~0U, 0) != 0) ::_exit(EX_OSERR);
+    return ::close_range(3, ~0U, 0) == 0;
+}
+
+void takeOrdinaryPriority() {
+    constexpr int kThisProcess = 1, kAsTheProcessorsShare = 0;
+    const sched_param none{};
+    ::sched_setscheduler(0, SCHED_OTHER, &none);
+    raisePriority();
+    cpu_set_t any;
+    CPU_ZERO(&any);
+    for (std::size_t processor = 0; processor < CPU_SETSIZE; ++processor) CPU_SET(processor, &any);
+    ::sched_setaffinity(0, sizeof any, &any);
+    ::syscall(SYS_ioprio_set, kThisProcess, 0, kAsTheProcessorsShare);
 }
 
 bool isAdministratorsRun(const std::string&) {

@@ -14,8 +14,10 @@ std::string ownProgramPath();
 std::vector<gid_t> trustedGroups();
 /// Where the system keeps its logs; a path without links.
 const char* systemLogFolder();
-/// Closes every descriptor from 3 up, however high.
-void closeOtherDescriptors();
+/// Closes every descriptor from 3 up, however high. False when the system cannot.
+bool closeOtherDescriptors();
+/// The processor's and the disk's ordinary share, on any processor: others wait for this one.
+void takeOrdinaryPriority();
 /// An administrator authorised this run: it was started by root, or given root by the system and
 /// not by its own set-user-ID bit.
 bool isAdministratorsRun(const std::string& programPath);

@@ -20,7 +20,7 @@ constexpr const char* kCopyName = ".package.pkg";
 void installStagedPackage(const Context& context, const Bytes& package, Staging& staging,
                           const std::string& name) {
     // What was unpacked served the checks; the installer also knows scripts and keeps records.
-    if (!removeTree(staging.folder(), name))
+    if (!removeTree(context, staging.folder(), name))
         failWithSystemError(EX_CANTCREAT, "cannot remove the staged " + quoted(name));
     writeFile(context, staging.folder(), kCopyName, package, 0600);
     const std::string copy =

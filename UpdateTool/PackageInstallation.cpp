@@ -35,8 +35,8 @@ void repairPackage(const Context& context, const Arguments& arguments) {
         [&](const ArchiveEntry& entry, const ReadBlock& read) { writer.take(entry, read); });
     writer.finish();
     requirePlainName(name);
-    requireNotOlder(versionOfBundle(staging.folder(), name),
-                    versionOfBundle(staging.target(), name), name);
+    requireNotOlder(versionOfBundle(context, staging.folder(), name),
+                    versionOfBundle(context, staging.target(), name), name);
     installStagedPackage(context, bytes, staging, name);
 }
 

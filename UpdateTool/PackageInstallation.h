@@ -2,15 +2,12 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "UpdateTool/Context.h"
 #include "UpdateTool/Packages.h"
 #include "UpdateTool/Staging.h"
 
 namespace quillmore::updatetool {
-
-using Arguments = std::vector<std::string>;
 
 void repairPackage(const Context& context, const Arguments& arguments);
 

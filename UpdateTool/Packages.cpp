@@ -28,7 +28,9 @@ Bytes readWhole(const FileDescriptor& file, const std::string& shown, std::uint6
     struct stat status {};
     if (::fstat(file.get(), &status) != 0)
         failWithSystemError(EX_NOINPUT, "cannot examine " + quoted(shown));
-    if (!S_ISREG(status.st_mode)) fail(EX_NOINPUT, quoted(shown) + " is not a regular file");
+    if (!S_ISREG(status.st_mode))
+        fail(EX_NOINPUT,
+             quoted(shown) + " is not a regular file: put the file itself in its place");
     if (status.st_size <= 0) fail(EX_DATAERR, quoted(shown) + " is empty");
     if (static_cast<std::uint64_t>(status.st_size) > maximum)
         fail(EX_DATAERR, quoted(shown) + " is too large");

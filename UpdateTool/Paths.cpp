@@ -1,9 +1,5 @@
 #include "UpdateTool/Paths.h"
 
-#include <fcntl.h>
-#include <strings.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <string_view>
@@ -17,7 +13,6 @@ using platform::FileDescriptor;
 namespace {
 
 constexpr std::size_t kMaximumNameLength = 255;
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 #ifdef O_PATH
 // Folders that the caller may pass through but not list.
 constexpr int kWayFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -42,6 +37,12 @@ void refuseLink(int folder, const std::string& name, const std::string& shown, i
              quoted(shown) + " is a link: put what it leads to in its place, or name it");
 }
 
+bool othersMayWrite(const Context& context, const struct stat& status) {
+    const bool trustedGroup =
+        std::count(context.trustedGroups.begin(), context.trustedGroups.end(), status.st_gid) != 0;
+    return (status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && !trustedGroup);
+}
+
 void requireTrusted(const Context& context, const FileDescriptor& folder,
                     const std::string& shown) {
     struct stat status {};
@@ -50,9 +51,7 @@ void requireTrusted(const Context& context, const FileDescriptor& folder,
     if (status.st_uid != context.owner)
         fail(EX_OSFILE, "the folder " + quoted(shown) +
                             " does not belong to root: give it back with chown root");
-    const bool trustedGroup =
-        std::count(context.trustedGroups.begin(), context.trustedGroups.end(), status.st_gid) != 0;
-    if ((status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && !trustedGroup))
+    if (othersMayWrite(context, status))
         fail(EX_OSFILE, "the folder " + quoted(shown) +
                             " may be written by others than root: forbid it with chmod go-w");
 }
@@ -61,6 +60,9 @@ void requireTrusted(const Context& context, const FileDescriptor& folder,
 FileDescriptor makeFolder(const Context& context, const FileDescriptor& parent,
                           const std::string& name, const std::string& shown,
                           std::vector<std::string>& allMade) {
+    // Beforehand: once the folder is there nothing may fail that would leave it behind.
+    std::string path = shown;
+    allMade.reserve(allMade.size() + 1);
     const bool isNew = ::mkdirat(parent.get(), name.c_str(), 0700) == 0;
     if (!isNew && errno == ENOENT) throw FolderVanished();
     if (!isNew && errno != EEXIST)
@@ -74,7 +76,7 @@ FileDescriptor makeFolder(const Context& context, const FileDescriptor& parent,
         errno = error;
         failWithSystemError(EX_CANTCREAT, "cannot make the folder " + quoted(shown));
     }
-    if (isNew) allMade.push_back(shown);
+    if (isNew) allMade.push_back(std::move(path));
     return made;
 }
 
@@ -147,8 +149,21 @@ void requireToolName(const std::string& name) {
         fail(EX_USAGE, "the name " + quoted(name) + " is not allowed");
 }
 
-bool sameFileName(const std::string& left, const std::string& right) {
-    return ::strcasecmp(left.c_str(), right.c_str()) == 0;
+void requireUnreservedName(const std::string& name) {
+    for (const char* reserved : {kUpdateToolName, kIntelFixesName})
+        if (folded(name) == folded(reserved))
+            fail(EX_USAGE, quoted(name) + " has a command of its own");
+}
+
+std::string folded(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return name;
+}
+
+bool isTrusted(const Context& context, const struct stat& status) {
+    return status.st_uid == context.owner && !othersMayWrite(context, status);
 }
 
 FileDescriptor openTrustedFolder(const Context& context, const std::string& path) {

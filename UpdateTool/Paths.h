@@ -3,13 +3,20 @@
 // names the component and what to do about it.
 #pragma once
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
 #include "Platform/FileDescriptor.h"
 #include "UpdateTool/Context.h"
+#include "UpdateTool/Failure.h"
 
 namespace quillmore::updatetool {
+
+/// How every folder is opened.
+inline constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// The components of an absolute path. Fails (EX_USAGE) for relative paths, empty components, "."
 /// and "..", control characters and components over 255 bytes.
@@ -26,14 +33,20 @@ SplitPath splitPath(const std::string& path);
 void requirePlainName(const std::string& name);
 /// The same without blanks.
 void requireToolName(const std::string& name);
-/// Equal on volumes that do not tell capitals apart.
-bool sameFileName(const std::string& left, const std::string& right);
+/// Fails (EX_USAGE) for the names that have commands of their own, capitals or not.
+void requireUnreservedName(const std::string& name);
+/// In small letters: names that are one afterwards are one on some volumes.
+std::string folded(std::string name);
 
+/// Whether nobody but the owner, and who may become it anyway, can change what has this status.
+bool isTrusted(const Context& context, const struct stat& status);
 /// Opens a folder whose contents are believed: every component must be a folder of the owner's that
 /// nobody else may write. Fails with EX_OSFILE otherwise.
 platform::FileDescriptor openTrustedFolder(const Context& context, const std::string& path);
 /// Thrown when another run took away a folder in which one was about to be made.
-struct FolderVanished {};
+struct FolderVanished final : Failure {
+    FolderVanished() : Failure(EX_CANTCREAT, "a folder was taken away") {}
+};
 /// The same; components that are missing are made, 0755, and their paths appended to `made`.
 platform::FileDescriptor openOrMakeTrustedFolder(const Context& context, const std::string& path,
                                                  std::vector<std::string>& made);

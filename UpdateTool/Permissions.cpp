@@ -58,8 +58,7 @@ bool isRunningProgram(const Context& context, const struct stat& status) {
 
 void requireOtherTool(const std::string& name) {
     requireToolName(name);
-    if (sameFileName(name, kUpdateToolName))
-        fail(EX_USAGE, quoted(name) + " has a command of its own");
+    requireUnreservedName(name);
 }
 
 }  // namespace

@@ -1,14 +1,9 @@
 // Commands that change modes and owners only.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "UpdateTool/Context.h"
 
 namespace quillmore::updatetool {
-
-using Arguments = std::vector<std::string>;
 
 /// "repairpermissions": the installed updateqm is root's again, 04755.
 void repairPermissions(const Context& context, const Arguments& arguments);

@@ -29,10 +29,19 @@ constexpr int kIgnoredSignals[] = {SIGHUP,  SIGINT,    SIGQUIT, SIGPIPE, SIGALRM
                                    SIGXFSZ, SIGVTALRM, SIGPROF, SIGUSR1, SIGUSR2};
 constexpr rlim_t kDescriptorLimit = 256;
 
+/// By hand, for nothing else can be relied on yet; with the caller's rights, for so is the stream.
+[[noreturn]] void refuse(int exitStatus, const char* why, const char* what = "") {
+    char line[128];
+    const int size = std::snprintf(line, sizeof line, "updateqm: %s%s\n", why, what);
+    const bool told = ::seteuid(::getuid()) == 0 &&
+                      ::write(STDERR_FILENO, line, static_cast<std::size_t>(size)) >= 0;
+    ::_exit(told ? exitStatus : EX_IOERR);
+}
+
 void openStandardStreams() {
     for (int stream = 0; stream <= 2; ++stream)
         if (::fcntl(stream, F_GETFD) < 0 && errno == EBADF && ::open("/dev/null", O_RDWR) != stream)
-            ::_exit(EX_OSERR);
+            refuse(EX_OSERR, "cannot open /dev/null");
 }
 
 void emptyEnvironment() {
@@ -65,16 +74,18 @@ struct Limit {
     rlim_t wanted;
     rlim_t enough;
 };
+constexpr rlim_t kStackLimit = rlim_t{8} << 20;
 constexpr rlim_t kRoomEnough = rlim_t{8} << 30;
 constexpr Limit kLimits[] = {{RLIMIT_FSIZE, "file size", RLIM_INFINITY, kRoomEnough},
                              {RLIMIT_CPU, "processor time", RLIM_INFINITY, 3600},
                              {RLIMIT_AS, "memory", RLIM_INFINITY, kRoomEnough},
                              {RLIMIT_DATA, "data", RLIM_INFINITY, kRoomEnough},
+                             {RLIMIT_STACK, "the stack", kStackLimit, kStackLimit},
                              {RLIMIT_NOFILE, "descriptors", kDescriptorLimit, kDescriptorLimit}};
 
 void liftLimits() {
     const rlimit none{0, 0};
-    if (::setrlimit(RLIMIT_CORE, &none) != 0) ::_exit(EX_OSERR);
+    if (::setrlimit(RLIMIT_CORE, &none) != 0) refuse(EX_OSERR, "cannot forbid core files");
     for (const Limit& limit : kLimits) {
         const rlimit wanted{limit.wanted, limit.wanted};
         if (::setrlimit(limit.resource, &wanted) == 0) continue;
@@ -83,7 +94,6 @@ void liftLimits() {
         present.rlim_cur = std::min(limit.wanted, present.rlim_max);
         ::setrlimit(limit.resource, &present);
     }
-    if (::getpriority(PRIO_PROCESS, 0) > 0) ::setpriority(PRIO_PROCESS, 0, 0);
 }
 
 void requireRoom() {
@@ -91,12 +101,7 @@ void requireRoom() {
         rlimit present{};
         if (::getrlimit(limit.resource, &present) == 0 && present.rlim_cur >= limit.enough)
             continue;
-        char line[128];
-        const int size =
-            std::snprintf(line, sizeof line,
-                          "updateqm: the limit on %s is too low: raise it (ulimit)\n", limit.name);
-        if (::write(STDERR_FILENO, line, static_cast<std::size_t>(size)) < 0) ::_exit(EX_IOERR);
-        ::_exit(EX_OSERR);
+        refuse(EX_OSERR, "a limit is too low: raise it (ulimit): ", limit.name);
     }
 }
 
@@ -106,13 +111,14 @@ void makeProcessSafe(int argumentCount) {
     resetSignals();
     liftLimits();  // before descriptors are opened: there may be room for none
     openStandardStreams();
-    if (argumentCount < 1) ::_exit(EX_USAGE);
-    closeOtherDescriptors();
+    if (argumentCount < 1) refuse(EX_USAGE, "it was started without a name");
+    if (!closeOtherDescriptors()) refuse(EX_OSERR, "cannot close the descriptors of the caller");
     emptyEnvironment();
     requireRoom();
     ::umask(077);
-    if (::chdir("/") != 0) ::_exit(EX_OSERR);
-    if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) != 1) ::_exit(EX_OSERR);
+    if (::chdir("/") != 0) refuse(EX_OSERR, "cannot change to the root folder");
+    if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) != 1)
+        refuse(EX_OSERR, "libcrypto cannot be used");
 }
 
 Context programContext() {

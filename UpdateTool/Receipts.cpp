@@ -1,29 +1,22 @@
 #include "UpdateTool/Receipts.h"
 
-#include <algorithm>
+#include <new>
 #include <sstream>
 
 #include "UpdateTool/Books.h"
+#include "UpdateTool/Paths.h"
 
 namespace quillmore::updatetool {
 
 namespace {
-
 constexpr const char* kFileName = ".receipts";
-
-std::string folded(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return name;
-}
-
 }  // namespace
 
 Receipts::Receipts(const Context& context, int productFolder)
     : context_(context), folder_(productFolder) {
     std::istringstream lines(readBook(context, folder_, kFileName).value_or(""));
     for (std::string line; std::getline(lines, line);) names_.insert(folded(line));
+    if (lines.bad()) throw std::bad_alloc();  // which a stream keeps to itself
 }
 
 bool Receipts::has(const std::string& name) const {

@@ -1,9 +1,8 @@
 #include "UpdateTool/Recovery.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "Platform/FileDescriptor.h"
@@ -20,8 +19,6 @@ namespace quillmore::updatetool {
 using platform::FileDescriptor;
 
 namespace {
-
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// Paths of the components after the first `present` ones.
 std::vector<std::string> foldersAfter(std::size_t present, const std::string& path) {
@@ -54,12 +51,35 @@ void putBackWhatWasMovedAside(int target, const std::string& item) {
         failWithSystemError(EX_CANTCREAT, "cannot put " + quoted(item) + " back");
 }
 
+/// An item that was replaced may have been somebody else's and hold what cannot be removed. It
+/// stays where root alone can reach it, and no later run has to do with it.
+void putStagingAside(const Context& context, int target, const std::string& folder) {
+    struct stat status {};
+    if (!entryExists(target, Staging::kFolderName, status)) return;
+    const std::string aside = Staging::kFolderName + ("." + std::to_string(status.st_ino));
+    if (::renameat(target, Staging::kFolderName, target, aside.c_str()) != 0)
+        failWithSystemError(EX_CANTCREAT, "cannot remove what an interrupted run left");
+    if (context.audit)
+        context.audit("what was replaced could not be removed: remove " +
+                      quoted(folder + "/" + aside));
+}
+
+/// The run itself could not tell.
+void audit(const Context& context, const JournalEntry& entry, bool done) {
+    if (!context.audit || entry.item.empty()) return;
+    context.audit("user " + std::to_string(entry.caller) + " unfinished item " +
+                  quoted(entry.folder + "/" + entry.item) + (done ? ": installed" : ": undone"));
+}
+
 void finishOrUndo(const Context& context, int productFolder, const JournalEntry& entry) {
     const FileDescriptor target = openTrustedFolder(context, entry.folder);
     const bool done = !entry.item.empty() && isInPlace(target.get(), entry);
     if (!done && !entry.item.empty()) putBackWhatWasMovedAside(target.get(), entry.item);
     Receipts(context, productFolder).apply(done ? entry.receipt : entry.receiptBefore, entry.item);
-    if (!removeTree(target.get(), Staging::kFolderName) || ::fsync(target.get()) != 0)
+    audit(context, entry, done);
+    if (!removeTree(context, target.get(), Staging::kFolderName))
+        putStagingAside(context, target.get(), entry.folder);
+    if (::fsync(target.get()) != 0)
         failWithSystemError(EX_CANTCREAT, "cannot remove what an interrupted run left");
     if (!done) removeEmptyFolders(context, foldersAfter(entry.presentFolders, entry.folder));
 }
@@ -67,7 +87,7 @@ void finishOrUndo(const Context& context, int productFolder, const JournalEntry&
 }  // namespace
 
 void recover(const Context& context, int productFolder) {
-    removeUnfinishedBooks(productFolder);
+    removeUnfinishedBooks(context, productFolder);
     const auto entry = readJournal(context, productFolder);
     if (!entry) return;
     const std::size_t depth = componentsOf(entry->folder).size();
@@ -77,7 +97,7 @@ void recover(const Context& context, int productFolder) {
     } else {
         // It was killed while it made the folders.
         std::vector<std::string> made = foldersAfter(entry->presentFolders, entry->folder);
-        made.resize(made.size() - (depth - present));
+        made.resize(made.size() - std::min(made.size(), depth - present));
         removeEmptyFolders(context, made);
     }
     removeJournal(productFolder);

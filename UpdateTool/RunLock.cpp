@@ -1,8 +1,6 @@
 #include "UpdateTool/RunLock.h"
 
-#include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 
@@ -41,7 +39,7 @@ RunLock::RunLock(const Context& context, Missing missing) : context_(context) {
     try {
         while (!tryToLock(missing)) continue;
         recover(context_, folder_.get());
-    } catch (const Failure&) {
+    } catch (...) {
         takeAwayWhatWasMade();
         throw;
     }
@@ -79,7 +77,7 @@ void RunLock::takeAwayWhatWasMade() {
     try {
         if (madeFile_) ::unlinkat(folder_.get(), kLockFileName, 0);
         removeEmptyFolders(context_, madeFolders_);
-    } catch (const Failure&) {
+    } catch (...) {
         // They are harmless, and the reason why nothing was installed is on its way.
     }
 }

@@ -1,7 +1,5 @@
 #include "UpdateTool/Staging.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
 
 #include "UpdateTool/Exchange.h"
@@ -15,8 +13,6 @@ namespace quillmore::updatetool {
 using platform::FileDescriptor;
 
 namespace {
-
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 void renameEntry(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
     if (::renameat(fromFolder, from.c_str(), toFolder, to.c_str()) != 0)
@@ -37,12 +33,13 @@ bool entryExists(int folder, const std::string& name, struct stat& status) {
 
 Staging::Staging(const Context& context, RunLock& lock, const std::string& targetFolder)
     : context_(context), lock_(lock) {
+    journal_.caller = context.callerUser;
     journal_.folder = targetFolder;
     journal_.presentFolders = countOfPresentFolders(context, targetFolder);
     try {
         writeJournal(context, lock.productFolder(), journal_);
         prepare(targetFolder);
-    } catch (const Failure&) {
+    } catch (...) {
         clear();
         throw;
     }
@@ -50,7 +47,8 @@ Staging::Staging(const Context& context, RunLock& lock, const std::string& targe
 
 void Staging::prepare(const std::string& targetFolder) {
     target_ = openOrMakeTrustedFolder(context_, targetFolder, madeFolders_);
-    if (!removeTree(target_.get(), kFolderName) || ::mkdirat(target_.get(), kFolderName, 0700) != 0)
+    if (!removeTree(context_, target_.get(), kFolderName) ||
+        ::mkdirat(target_.get(), kFolderName, 0700) != 0)
         failWithSystemError(EX_CANTCREAT,
                             "cannot make a staging folder in " + quoted(targetFolder));
     staging_ = FileDescriptor(::openat(target_.get(), kFolderName, kFolderFlags));
@@ -69,7 +67,8 @@ void Staging::clear() {
     if (leftToTheNextRun_) return lock_.keep();
     try {
         staging_.reset();
-        if (target_ && (!removeTree(target_.get(), kFolderName) || ::fsync(target_.get()) != 0))
+        if (target_ &&
+            (!removeTree(context_, target_.get(), kFolderName) || ::fsync(target_.get()) != 0))
             return lock_.keep();  // with the journal, for the next run
         if (placed_ == Placed::no) {
             removeEmptyFolders(context_, madeFolders_);
@@ -77,7 +76,7 @@ void Staging::clear() {
             lock_.keep();
         }
         removeJournal(lock_.productFolder());
-    } catch (const Failure&) {
+    } catch (...) {
         lock_.keep();
     }
 }
@@ -102,7 +101,7 @@ void Staging::install(const std::string& name, ReceiptChange receipt) {
         place(name);
         syncFolder(target_.get());
         receipts.apply(receipt, name);
-    } catch (const Failure&) {
+    } catch (...) {
         takeBack(name);
         throw;
     }
@@ -130,7 +129,7 @@ void Staging::replaceByMovingAside(const std::string& name) {
     renameEntry(target_.get(), name, staging_.get(), kPreviousName);
     try {
         renameEntry(staging_.get(), name, target_.get(), name);
-    } catch (const Failure&) {
+    } catch (...) {
         leftToTheNextRun_ = true;  // unless the next line puts it back
         renameEntry(staging_.get(), kPreviousName, target_.get(), name);
         leftToTheNextRun_ = false;

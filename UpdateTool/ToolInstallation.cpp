@@ -30,8 +30,7 @@ void installTool(const Context& context, const Bytes& bytes, const Purpose& purp
 std::string toolNameOf(const std::string& packagePath) {
     const std::string name = splitPath(packagePath).name;
     requireToolName(name);
-    if (sameFileName(name, kUpdateToolName) || sameFileName(name, kIntelFixesName))
-        fail(EX_USAGE, quoted(name) + " has a command of its own");
+    requireUnreservedName(name);
     return name;
 }
 

@@ -1,14 +1,9 @@
 // Commands that put a single signed tool file into the product folder.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "UpdateTool/Context.h"
 
 namespace quillmore::updatetool {
-
-using Arguments = std::vector<std::string>;
 
 /// "repair SIGNATURE": the running program itself, as updateqm, set-user-ID root.
 void repair(const Context& context, const Arguments& arguments);

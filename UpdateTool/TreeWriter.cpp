@@ -1,11 +1,10 @@
 #include "UpdateTool/TreeWriter.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Platform/FileDescriptor.h"
 #include "UpdateTool/Failure.h"
+#include "UpdateTool/Paths.h"
 #include "UpdateTool/Trees.h"
 
 namespace quillmore::updatetool {
@@ -13,9 +12,6 @@ namespace quillmore::updatetool {
 using platform::FileDescriptor;
 
 namespace {
-
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-constexpr int kNewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 [[noreturn]] void failToWrite(const std::string& path) {
     failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(path));

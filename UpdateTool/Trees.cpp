@@ -7,10 +7,10 @@
 
 #include <cerrno>
 #include <memory>
-#include <vector>
 
 #include "Platform/FileDescriptor.h"
 #include "UpdateTool/Failure.h"
+#include "UpdateTool/Paths.h"
 
 namespace quillmore::updatetool {
 
@@ -18,40 +18,74 @@ using platform::FileDescriptor;
 
 namespace {
 
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-constexpr int kNewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-/// Archives are refused long before they are as deep; each level holds two descriptors.
+/// Archives are refused long before they are as deep; each level holds a descriptor.
 constexpr int kMaximumDepth = 100;
+/// Four times what an archive may hold, and no more than others may be kept waiting for.
+constexpr std::size_t kMaximumRemovals = 200'000;
 
 struct CloseFolder {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
-std::vector<std::string> namesIn(const FileDescriptor& folder) {
-    FileDescriptor own(::openat(folder.get(), ".", kFolderFlags));
+/// What an installed tool's rights were ends with it, also under a second name that somebody gave
+/// it.
+void takeBitsAway(int folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(status.st_mode) || (status.st_mode & (S_ISUID | S_ISGID)) == 0)
+        return;
+    const FileDescriptor file(
+        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (file) ::fchmod(file.get(), status.st_mode & 0777);
+}
+
+class Removal {
+public:
+    explicit Removal(const Context& context) : context_(context) {}
+
+    bool remove(int parent, const struct stat& above, const std::string& name, int depth) {
+        if (depth > kMaximumDepth || left_ == 0) return false;
+        --left_;
+        if (isTrusted(context_, above)) takeBitsAway(parent, name);
+        if (::unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT) return true;
+        const FileDescriptor folder(::openat(parent, name.c_str(), kFolderFlags));
+        struct stat status {};
+        if (!folder || ::fstat(folder.get(), &status) != 0 || !belongs(status, above)) return false;
+        for (const std::string& child : namesIn(folder.get(), left_).value_or(Names()))
+            remove(folder.get(), status, child, depth + 1);
+        return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
+    }
+
+private:
+    /// What is in a folder that root alone may write, root has put there. Into another one somebody
+    /// may have moved a third one's, or mounted what they like.
+    bool belongs(const struct stat& folder, const struct stat& above) const {
+        return folder.st_dev == above.st_dev &&
+               (folder.st_uid == above.st_uid || isTrusted(context_, above));
+    }
+
+    const Context& context_;
+    std::size_t left_ = kMaximumRemovals;
+};
+
+}  // namespace
+
+std::optional<Names> namesIn(int folder, std::size_t maximum) {
+    FileDescriptor own(::openat(folder, ".", kFolderFlags));
     const std::unique_ptr<DIR, CloseFolder> stream(own ? ::fdopendir(own.get()) : nullptr);
-    if (stream == nullptr) return {};
+    if (stream == nullptr) return std::nullopt;
     own.release();
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(stream.get())) {
+    Names names;
+    while (const dirent* entry = names.size() < maximum ? ::readdir(stream.get()) : nullptr) {
         const std::string name = entry->d_name;
         if (name != "." && name != "..") names.push_back(name);
     }
     return names;
 }
 
-bool removeAtDepth(int parent, const std::string& name, int depth) {
-    if (::unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT) return true;
-    const FileDescriptor folder(::openat(parent, name.c_str(), kFolderFlags));
-    if (!folder || depth > kMaximumDepth) return false;
-    for (const std::string& child : namesIn(folder)) removeAtDepth(folder.get(), child, depth + 1);
-    return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
-}
-
-}  // namespace
-
-bool removeTree(int parent, const std::string& name) {
-    return removeAtDepth(parent, name, 0);
+bool removeTree(const Context& context, int parent, const std::string& name) {
+    struct stat above {};
+    return ::fstat(parent, &above) == 0 && Removal(context).remove(parent, above, name, 0);
 }
 
 void writeAll(int file, const void* bytes, std::size_t size, const std::string& shown) {

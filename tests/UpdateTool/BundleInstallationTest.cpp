@@ -1,3 +1,4 @@
+#include "UpdateTool/InfoPropertyList.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 
 namespace quillmore::tests {
@@ -167,6 +168,21 @@ TEST_F(UpdateToolZipItems, VersionOfABinaryPropertyListIsCompared) {
     EXPECT_EQ(install(plugIn("1.15.5")), EX_OK) << errors;
 }
 
+TEST_F(UpdateToolZipItems, VersionOfABundleThatOthersMayWriteIsNotBelieved) {
+    makeFile(kBundle + "/Contents/Info.plist", infoWithVersion("9.9.9"));
+    makeFolder(kBundle, 0777);
+    EXPECT_EQ(install(plugIn("1.15.4")), EX_OK) << errors;
+}
+TEST_F(UpdateToolZipItems, LongStringsOfABinaryPropertyListAreNotRead) {
+    // One string of 4096 characters as key and as value: a list may name it a million times.
+    std::string list = "bplist00" + std::string("\xd1\x01\x01\x5f\x11\x10\x00", 7);
+    list += std::string(4096, 'x') + std::string("\x08\x0b", 2) + std::string(6, '\0');
+    list += std::string("\x01\x01\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x10\x0f", 26);
+    EXPECT_THAT(updatetool::stringsOfInfo(list), IsEmpty());
+    list.replace(11, 4, std::string("\x5f\x11\x04\x00", 4));
+    EXPECT_EQ(updatetool::stringsOfInfo(list).count(std::string(1024, 'x')), 1u);
+}
+
 class UpdateToolArchives : public UpdateToolMachine {};
 
 TEST_F(UpdateToolArchives, FixesAreUnpackedAsOneFolder) {
@@ -177,6 +193,13 @@ TEST_F(UpdateToolArchives, FixesAreUnpackedAsOneFolder) {
     EXPECT_EQ(read(kProduct + "/Fixes10_5/b"), "2");
     EXPECT_THAT(visibleNames(kProduct), ElementsAre("Fixes10_5"));
     EXPECT_THAT(visibleNames(kProduct + "/Fixes10_5"), ElementsAre("One.bundle", "b"));
+}
+TEST_F(UpdateToolArchives, FixesWithoutAnInstalledOneAreRefused) {
+    makeFile(kProduct + "/Fixes10_5/A.bundle/Contents/Info.plist", infoWithVersion("1.0.0"));
+    makeSigned("/f.zip", ZipBuilder().file("b", "x"), "repairintel10_5", "Fixes10_5");
+    EXPECT_EQ(run({"repairintel10_5", "/f.zip", "/f.zip.sig"}), EX_DATAERR);
+    EXPECT_THAT(errors, HasSubstr("\"A.bundle\" has no version; the installed one has"));
+    EXPECT_TRUE(exists(kProduct + "/Fixes10_5/A.bundle"));
 }
 TEST_F(UpdateToolArchives, DamagedFixesLeaveTheInstalledOnes) {
     makeFile(kProduct + "/Fixes10_5/b", "old");

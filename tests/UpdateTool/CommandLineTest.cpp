@@ -62,6 +62,10 @@ TEST_F(UpdateToolCommandLine, ControlCharactersOfTheCallerNeverReachTheLine) {
     EXPECT_EQ(run({"a\nupdateqm: all is well\x1b[2J"}), EX_USAGE);
     EXPECT_EQ(errors, "updateqm: unknown command \"a?updateqm: all is well?[2J\"\n");
 }
+TEST_F(UpdateToolCommandLine, QuotationMarksOfTheCallerEndNoQuotation) {
+    EXPECT_EQ(run({"repair\" status 0 item \"/x"}), EX_USAGE);
+    EXPECT_THAT(auditLog.back(), HasSubstr(" command \"repair? status 0 item ?/x\" status 64: "));
+}
 TEST_F(UpdateToolCommandLine, EveryRunIsAudited) {
     run({"install"});
     EXPECT_THAT(auditLog,

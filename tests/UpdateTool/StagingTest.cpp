@@ -14,6 +14,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 using updatetool::AuditTrail;
 using updatetool::ReceiptChange;
 using updatetool::RunLock;
@@ -29,8 +30,8 @@ protected:
     }
     void leaveJournal(const std::string& item, ino_t staged) const {
         makeFile(kProduct + "/.journal",
-                 "updateqm journal 1\n" + kProduct + "\n3 " + std::to_string(staged) + " 0 0\n" +
-                     item + "\nend\n",
+                 "updateqm journal 1\n" + kProduct + "\n3 " + std::to_string(staged) +
+                     " 0 0 501\n" + item + "\nend\n",
                  0600);
     }
     ino_t inodeOf(const std::string& path) const {
@@ -102,13 +103,46 @@ TEST_F(UpdateToolStaging, ItemThatAKilledRunReplacedStaysReplaced) {
     EXPECT_EQ(read(kProduct + "/tool"), "new");
     EXPECT_THAT(visibleNames(kProduct), ElementsAre("tool"));
 }
+TEST_F(UpdateToolStaging, WhatAKilledRunDidIsAuditedWithItsCaller) {
+    makeFile(kProduct + "/tool", "new");
+    leaveJournal("tool", inodeOf(kProduct + "/tool"));
+    recover();
+    EXPECT_THAT(auditLog,
+                ElementsAre("user 501 unfinished item \"" + kProduct + "/tool\": installed"));
+}
+TEST_F(UpdateToolStaging, WhatAKilledRunDidNotDoIsAuditedWithItsCaller) {
+    makeFile(kStagingPath + "/tool", "new");
+    leaveJournal("tool", inodeOf(kStagingPath + "/tool"));
+    recover();
+    EXPECT_THAT(auditLog,
+                ElementsAre("user 501 unfinished item \"" + kProduct + "/tool\": undone"));
+}
+TEST_F(UpdateToolStaging, TargetFolderThatWentAfterAKilledRunStopsNobody) {
+    makeFile(kProduct + "/.journal",
+             "updateqm journal 1\n" + kPlugIns + "\n2 7 0 0 501\nA.plugin\nend\n", 0600);
+    recover();
+    EXPECT_THAT(visibleNames(kProduct), IsEmpty());
+}
+TEST_F(UpdateToolStaging, StagingFolderThatCannotBeRemovedIsPutAsideForRootAlone) {
+    std::string deep = kStagingPath;
+    for (int depth = 0; depth < 150; ++depth) deep += "/d";
+    makeFolder(deep);
+    makeFolder(kStagingPath, 0700);
+    leaveJournal("tool", 7);
+    recover();
+    const std::string aside = kProduct + "/" + visibleNames(kProduct).at(0);
+    EXPECT_THAT(aside, StartsWith(kStagingPath + "."));
+    EXPECT_EQ(modeOf(aside), 0700u);
+    EXPECT_THAT(auditLog.back(), testing::HasSubstr("remove \"" + aside));
+    EXPECT_FALSE(exists(kProduct + "/.journal"));
+}
 TEST_F(UpdateToolStaging, JournalThatOthersCouldWriteStopsEverything) {
     makeFile(kProduct + "/.journal", "updateqm journal 1\n", 0666);
     EXPECT_THROW(recover(), updatetool::Failure);
 }
 TEST_F(UpdateToolStaging, JournalOfAFolderThatIsNoTargetStopsEverything) {
     makeFile("/etc/.quillmore-staging/file", "precious");
-    makeFile(kProduct + "/.journal", "updateqm journal 1\n/etc\n1 0 0 0\n\nend\n", 0600);
+    makeFile(kProduct + "/.journal", "updateqm journal 1\n/etc\n1 0 0 0 501\n\nend\n", 0600);
     EXPECT_THROW(recover(), updatetool::Failure);
     EXPECT_EQ(read("/etc/.quillmore-staging/file"), "precious");
 }
@@ -179,6 +213,18 @@ TEST_F(UpdateToolAuditTrail, LinkInItsPlaceIsNotFollowed) {
     std::filesystem::create_hard_link(host("/victim"), host(log));
     write("line");
     EXPECT_EQ(read("/victim"), "precious");
+}
+TEST_F(UpdateToolAuditTrail, RunsThatEndAtOnceMakeItNoLongerThanItMayBe) {
+    std::vector<std::unique_ptr<AuditTrail>> opened;
+    for (int run = 0; run < 300; ++run)
+        opened.push_back(std::make_unique<AuditTrail>(context, "/logs"));
+    for (const auto& trail : opened) trail->write(std::string(4000, 'x'));
+    EXPECT_GT(read(log).size(), std::size_t{AuditTrail::kFullSize});
+    EXPECT_LT(read(log).size(), std::size_t{2 * AuditTrail::kFullSize + 5000});
+}
+TEST_F(UpdateToolAuditTrail, OnlyPrintableTextGetsIntoIt) {
+    write("a\nb\x1b[2J\xc2\x9bJ\x7f~");
+    EXPECT_THAT(read(log), testing::EndsWith(": a?b?[2J??J?~\n"));
 }
 TEST_F(UpdateToolAuditTrail, LongLineIsCut) {
     write(std::string(100'000, 'x'));

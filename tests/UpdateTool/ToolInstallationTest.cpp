@@ -86,6 +86,13 @@ TEST_F(UpdateToolTools, LinkInTheToolsPlaceIsReplacedNotFollowed) {
     EXPECT_EQ(read("/victim"), "precious");
     EXPECT_FALSE(std::filesystem::is_symlink(host(installed)));
 }
+TEST_F(UpdateToolTools, SecondNameOfAReplacedRootToolKeepsNoBit) {
+    install("repairotherroot", "old");
+    std::filesystem::create_hard_link(host(installed), host("/kept"));
+    EXPECT_EQ(install("repairotherroot", "new"), EX_OK) << errors;
+    EXPECT_EQ(modeOf("/kept"), 0755u);
+    EXPECT_EQ(modeOf(installed), 04755u);
+}
 TEST_F(UpdateToolTools, FolderInTheToolsPlaceStays) {
     makeFile(installed + "/kept", "kept");
     EXPECT_EQ(install("repairother", "bytes"), EX_CANTCREAT);

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "tests/UpdateTool/FlatPackageBuilder.h"
+#include "tests/UpdateTool/Interrupted/Memory.h"
 #include "tests/UpdateTool/Interrupted/SystemCalls.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 
@@ -162,6 +163,20 @@ TEST_P(InterruptedRun, FailureOfAnyStepLeavesOldAndSuccessNew) {
     }
 }
 
+TEST_P(InterruptedRun, LackOfMemoryAtAnyStepLeavesOldAndSuccessNew) {
+    for (int step = 1;; ++step) {
+        restore();
+        std::ostringstream stream;
+        whenMemoryIs(step);
+        const int status = updatetool::runCommand(context, GetParam().commandLine, stream);
+        const bool reached = memoryAskedForSoFar() >= step;
+        whenMemoryIs(0);
+        if (!reached) break;
+        if (installs()) run(nextRun);
+        EXPECT_EQ(state(), status == EX_OK ? new_ : old_) << "step " << step << " " << stream.str();
+    }
+}
+
 std::vector<Case> cases() {
     const updatetool::Arguments oldTool{"repairother", "/in/old/tool", "/in/old/tool.sig"};
     const updatetool::Arguments oldRoot{"repairotherroot", "/in/old/root/tool",
@@ -213,26 +228,32 @@ class InterruptedPermissions : public UpdateToolMachine,
 
 TEST_P(InterruptedPermissions, KilledAtAnyStepTheToolHasTheOldModeOrTheNew) {
     const std::string word = GetParam().first;
+    const bool own = word == "repairpermissions";
+    const std::string tool = kProduct + (own ? "/updateqm" : "/tool");
+    const updatetool::Arguments line =
+        own ? updatetool::Arguments{word} : updatetool::Arguments{word, "tool"};
     const std::string command =
         word == "repairpermissionsother" ? "repairother" : "repairotherroot";
     makeSigned("/in/tool", "bytes", command, "tool");
     ASSERT_EQ(run({command, "/in/tool", "/in/tool.sig"}), EX_OK) << errors;
+    if (own) makeFile(tool, "bytes");
     for (int step = 1, killed = 1; killed != 0; ++step) {
-        ::chmod(host(kProduct + "/tool").c_str(), 0700);
+        ::chmod(host(tool).c_str(), 0700);
         if (::fork() == 0) {
             whenCallIs(step, Step::killsTheProcess);
-            run({word, "tool"});
+            run(line);
             ::_exit(0);
         }
         ::wait(&killed);
-        EXPECT_THAT(modeOf(kProduct + "/tool"), testing::AnyOf(0700u, GetParam().second));
-        EXPECT_EQ(run({word, "tool"}), EX_OK) << errors;
-        EXPECT_EQ(modeOf(kProduct + "/tool"), GetParam().second);
+        EXPECT_THAT(modeOf(tool), testing::AnyOf(0700u, GetParam().second));
+        EXPECT_EQ(run(line), EX_OK) << errors;
+        EXPECT_EQ(modeOf(tool), GetParam().second);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Words, InterruptedPermissions,
-                         testing::Values(std::pair{"repairpermissionsother", mode_t{0755}},
+                         testing::Values(std::pair{"repairpermissions", mode_t{04755}},
+                                         std::pair{"repairpermissionsother", mode_t{0755}},
                                          std::pair{"repairpermissionsotherroot", mode_t{04755}}),
                          [](const auto& one) { return std::string(one.param.first); });
 

@@ -5,7 +5,7 @@ import pathlib
 import signal
 import subprocess
 
-from attack import AttackTest, HOME, PRODUCT, TOOL, main
+from attack import AttackTest, HOME, LOG, PRODUCT, TOOL, main
 
 MARK = f"{HOME}/was-root"
 # What runs when somebody loads it says so, if it could.
@@ -97,7 +97,17 @@ class Arguments(AttackTest):
     def test_control_characters_forge_no_line_of_a_log(self):
         self.expect_refused("x\nupdateqm: all is well")
         self.expect_refused("repaircore", "/a\nupdateqm[1]: user 0 command \"repair\" status 0/Core.app")
-        self.assertNotIn("\nupdateqm: all is well", pathlib.Path("/var/log/updateqm.log").read_text(encoding="utf-8"))
+        self.assertNotIn("\nupdateqm: all is well", pathlib.Path(LOG).read_text(encoding="utf-8"))
+
+    def test_quotation_marks_forge_no_other_outcome(self):
+        for words in (['repair" status 0 item "/x'], ['repaircore', '/x" status 0 item "/Core.app']):
+            self.expect_refused(*words)
+            line = pathlib.Path(LOG).read_text(encoding="utf-8").splitlines()[-1]
+            self.assertRegex(line, r'user 1000 command "[^"]*" status (64|66)[ :]')
+
+    def test_log_holds_nothing_that_a_terminal_would_obey(self):
+        self.expect_refused("repaircore", "/\u009b2J\u202e\x7f/XCore.app")
+        self.assertRegex(pathlib.Path(LOG).read_bytes(), rb"\A[ -~\n]+\Z")
 
 
 class Descriptors(AttackTest):
@@ -121,6 +131,16 @@ class Descriptors(AttackTest):
             self.tool("unknown", stdin=odd, stdout=odd, stderr=odd)
             self.tool(stdin=odd, stdout=odd, stderr=odd)
             self.expect_installed()
+
+    def test_errors_are_written_with_the_callers_rights(self):
+        """Seen by a set-user-ID bit that any writer but root takes away."""
+        evil = self.write(f"{HOME}/evil", "#!/bin/sh\n")
+        self.write(f"{HOME}/errors", "", 0o4755)
+        for words in (["unknown"], ["repairother", evil, f"{HOME}/tool.sig"], ["repairpermissionsother", "none"]):
+            os.chmod(f"{HOME}/errors", 0o4755)
+            with open(f"{HOME}/errors", "ab") as errors:
+                self.assertNotEqual(self.tool(*words, stderr=errors).returncode, 0)
+            self.assertEqual(os.stat(f"{HOME}/errors").st_mode & 0o7777, 0o755, words)
 
     def test_reader_who_never_reads_holds_up_nobody_else(self):
         reader, writer = os.pipe()
@@ -151,7 +171,7 @@ class Limits(AttackTest):
         """A machine may keep even root from lifting a limit."""
         if finished.returncode != 0:
             self.assertEqual(finished.returncode, 71)
-            self.assertRegex(finished.stderr, r"\Aupdateqm: the limit on [a-z ]+ is too low: raise it")
+            self.assertRegex(finished.stderr, r"\Aupdateqm: a limit is too low: raise it \(ulimit\): [a-z ]+\n\Z")
 
     def test_tiny_file_size_limit_cuts_nothing_off(self):
         for size in (0, 1, 100, 4096):
