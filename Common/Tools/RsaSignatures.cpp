@@ -95,10 +95,7 @@ RsaVerification verifyRsaSignature(std::span<const std::uint8_t> signature,
     const int valid =
         RSA_verify(NID_sha1, digest.data(), static_cast<unsigned int>(digest.size()),
                    signature.data(), static_cast<unsigned int>(signature.size()), key.get());
-    const RsaVerification verification{valid == 1 ? Result::valid : Result::invalid,
-                                       ERR_get_error()};
-    ERR_clear_error();
-    return verification;
+    return {valid == 1 ? Result::valid : Result::invalid, ERR_get_error()};
 }
 
 }  // namespace quillmore

@@ -3,7 +3,6 @@
 #include <openssl/err.h>
 
 #include <array>
-#include <limits>
 
 #include "Common/Tools/RsaSignatures.h"
 #include "Common/utils/Logging.h"
@@ -42,7 +41,6 @@ bool SignatureManager::verifySignature(std::span<const std::uint8_t> signature,
                                        const std::string& publicKey,
                                        std::span<const std::uint8_t> forData) const {
     if (signature.empty() || publicKey.empty() || forData.empty()) return false;
-    if (signature.size() > std::numeric_limits<std::int32_t>::max()) return false;
     const RsaVerification verification = verifyRsaSignature(signature, publicKey, {forData});
     switch (verification.result) {
         case RsaVerification::Result::valid:

@@ -13,14 +13,6 @@
 #include "Platform/FileManager.h"
 #include "Platform/Format.h"
 
-#ifdef __SANITIZE_ADDRESS__
-// What an archive that is never closed holds is no news to the leak check.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libminizip\n";
-}
-#endif
-
 namespace quillmore {
 
 namespace {

@@ -20,15 +20,18 @@ public:
     /// Deliberate: a failing entry ends the extraction, and the result is 0 all the same.
     int extractAll();
 
-private:
+protected:
+    // What becomes of one entry, which `extractAll` keeps to itself.
     /// 0; -1 for a short write, -104 without memory for the buffer, else the library's code.
     int extractCurrentFile();
-    /// Streams the open entry into the file and closes the file.
-    int copyCurrentFileTo(std::FILE* output, char* buffer);
     /// The system's result.
     int mymkdir(const char* path);
     /// 1 when the path could be made, else 0.
     int makedir(const char* path);
+
+private:
+    /// Streams the open entry into the file and closes the file.
+    int copyCurrentFileTo(std::FILE* output, char* buffer);
 
     void* uf;  ///< The library's handle; null when the archive could not be opened.
     std::string outputPath;

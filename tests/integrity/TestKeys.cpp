@@ -56,4 +56,22 @@ const TestKeys& testKeys() {
     return keys;
 }
 
+std::vector<std::uint8_t> signatureByTheLibrary(const std::string& privateKey,
+                                                const std::string& data) {
+    BIO* stream = BIO_new_mem_buf(privateKey.data(), static_cast<int>(privateKey.size()));
+    EVP_PKEY* key = PEM_read_bio_PrivateKey(stream, nullptr, nullptr, nullptr);
+    EVP_MD_CTX* context = EVP_MD_CTX_new();
+    std::vector<std::uint8_t> signature(1024);
+    std::size_t size = signature.size();
+    const std::span<const std::uint8_t> bytes = bytesOf(data);
+    if (EVP_DigestSignInit(context, nullptr, EVP_sha1(), nullptr, key) != 1 ||
+        EVP_DigestSign(context, signature.data(), &size, bytes.data(), bytes.size()) != 1)
+        throw std::runtime_error("the data cannot be signed");
+    signature.resize(size);
+    EVP_MD_CTX_free(context);
+    EVP_PKEY_free(key);
+    BIO_free(stream);
+    return signature;
+}
+
 }  // namespace quillmore::tests

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace quillmore::tests {
 
@@ -15,6 +16,10 @@ struct TestKeys {
     std::string ellipticPublicKey;    ///< SubjectPublicKeyInfo, but of another kind of key.
 };
 const TestKeys& testKeys();
+
+/// What the library's own one-call interface makes of the data with SHA-1 and PKCS #1 v1.5.
+std::vector<std::uint8_t> signatureByTheLibrary(const std::string& privateKey,
+                                                const std::string& data);
 
 inline std::span<const std::uint8_t> bytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
