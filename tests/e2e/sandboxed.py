@@ -1,7 +1,7 @@
 """Runs each test of a module on a private machine of its own (Packaging/sandbox), as its root.
 
-A module calls `main()`. Outside, a MachineTest only starts a machine and waits for it; inside, the
-same test is run for real, with `self.machine` for its verbs. QUILLMORE_BUILD names the build
+A module calls `main()`. Outside, a SandboxedTest only starts a machine and waits for it; inside, the
+same test is run for real; a MachineTest has `self.machine` for its verbs. QUILLMORE_BUILD names the build
 folder (default: build/dev). Exit status 77: skipped, for the reason that is printed.
 """
 import fcntl
@@ -27,21 +27,18 @@ KEEP_REPAIRED = "keep_repaired"
 LONGEST = 300
 
 
-class MachineTest(unittest.TestCase):
+class SandboxedTest(unittest.TestCase):
     """One test is one machine. A class says what its machines are like."""
 
     policy = "grant"  # what polkit answers, see Packaging/sandbox --help; "off" starts fastest
     system = "10.5.8"
     finder = False  # quitting it costs each repair of a root tool a second
-    repaired = False  # False: nothing is installed. True: everything, as a repair leaves it.
+    bundle = BUNDLE  # what is in /Applications; None: nothing
 
     def run(self, result=None):
         if INSIDE in sys.argv:
-            self.machine = Machine(BUILD)
             return super().run(result)
         result.startTest(self)
-        if self.repaired:
-            make_repaired_archive()
         finished = run_in_machine(self, os.path.abspath(sys.argv[0]), INSIDE, self.id().split(".", 1)[1])
         if finished.returncode == 0:
             result.addSuccess(self)
@@ -51,6 +48,19 @@ class MachineTest(unittest.TestCase):
         result.stopTest(self)
         return result
 
+
+class MachineTest(SandboxedTest):
+    """A test that says what happens to the machine, and looks at it, by the verbs of `machine`."""
+
+    repaired = False  # False: nothing is installed. True: everything, as a repair leaves it.
+
+    def run(self, result=None):
+        if INSIDE in sys.argv:
+            self.machine = Machine(BUILD)
+        elif self.repaired:
+            make_repaired_archive()
+        return super().run(result)
+
     def setUp(self):
         if self.repaired:
             self.machine.restore(REPAIRED)
@@ -58,9 +68,10 @@ class MachineTest(unittest.TestCase):
 
 def run_in_machine(options, *command, output=subprocess.PIPE):
     finder = [] if options.finder else ["--no-finder"]
+    bundle = ["--install-bundle", options.bundle] if options.bundle else []
     process = subprocess.Popen(
-        [SANDBOX, "--build", BUILD, "--install-bundle", BUNDLE, "--policy", options.policy,
-         "--system", options.system, *finder, "--root", "--", PYTHON, "-B", *command],
+        [SANDBOX, "--build", BUILD, *bundle, "--policy", options.policy, "--system", options.system,
+         *finder, "--root", "--", PYTHON, "-B", *command],
         env=dict(os.environ, QUILLMORE_BUILD=str(BUILD)), stdin=subprocess.DEVNULL, stdout=output,
         stderr=subprocess.STDOUT if output is subprocess.PIPE else None, text=True)
     try:
@@ -104,14 +115,18 @@ def reason_to_skip():
     for program in programs if os.geteuid() != 0 else programs[:-1]:
         if shutil.which(program, path=path) is None:
             return f"{program} is not installed (Packaging/setup)"
+    return reason_for_no_machine()
+
+
+def reason_for_no_machine():
     probe = subprocess.run([SANDBOX, "--build", BUILD, "--policy", "off", "--no-finder", "true"],
-                           stderr=subprocess.PIPE, text=True)
+                           stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
     if probe.returncode != 0:
         return f"no private machine can be made here: {probe.stderr.strip()}"
     return None
 
 
-def main():
+def main(reason_to_skip=reason_to_skip):
     if INSIDE in sys.argv:
         loader = unittest.TestLoader()
         suite = loader.loadTestsFromName(sys.argv[-1], sys.modules["__main__"])

@@ -2,8 +2,7 @@
 private machine of its own (Packaging/sandbox) with the real set-user-ID tool; what is called "the
 user" is a real unprivileged one (1000). A test says what must not be possible, does it, and looks.
 
-QUILLMORE_BUILD names the build folder (default: build/dev). Exit status 77: skipped, for the reason
-that is printed.
+A module calls `main()`; the rest is as in ../sandboxed.py.
 """
 import hashlib
 import os
@@ -11,15 +10,13 @@ import pathlib
 import stat
 import subprocess
 import sys
-import unittest
 
-REPOSITORY = pathlib.Path(__file__).resolve().parents[3]
-BUILD = pathlib.Path(os.environ.get("QUILLMORE_BUILD", REPOSITORY / "build/dev")).resolve()
-SANDBOX = REPOSITORY / "Packaging/sandbox"
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1]))
+import sandboxed
+from sandboxed import BUILD, SandboxedTest
+
 SIGNPACKAGE = BUILD / "UpdateTool/signpackage"
 KEY = BUILD / "keys/private.pem"
-PYTHON = "/usr/bin/python3"
-INSIDE = "--inside"
 LONGEST = 120  # seconds; nothing comes near it unless it hangs
 
 USER = 1000
@@ -33,23 +30,9 @@ LOG = "/var/log/updateqm.log"
 BOOKS = {f"{PRODUCT}/.updateqm.lock", LOG, f"{LOG}.1"}
 
 
-class AttackTest(unittest.TestCase):
-    def run(self, result=None):
-        if INSIDE in sys.argv:
-            return super().run(result)
-        result.startTest(self)
-        finished = subprocess.run(
-            [SANDBOX, "--build", BUILD, "--policy", "off", "--no-finder", "--root", "--", PYTHON, "-B",
-             os.path.abspath(sys.argv[0]), INSIDE, self.id().split(".", 1)[1]],
-            env=dict(os.environ, QUILLMORE_BUILD=str(BUILD)), stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=LONGEST + 30, text=True)
-        if finished.returncode == 0:
-            result.addSuccess(self)
-        else:
-            failure = AssertionError(f"status {finished.returncode}\n{finished.stdout}")
-            result.addFailure(self, (AssertionError, failure, None))
-        result.stopTest(self)
-        return result
+class AttackTest(SandboxedTest):
+    policy = "off"
+    bundle = None
 
     def setUp(self):
         os.umask(0o022)
@@ -185,20 +168,8 @@ def reason_to_skip():
     for path in (SIGNPACKAGE, BUILD / "UpdateTool/updateqm", KEY):
         if not path.exists():
             return f"{path} is not built"
-    probe = subprocess.run([SANDBOX, "--build", BUILD, "--policy", "off", "--no-finder", "true"],
-                           stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
-    if probe.returncode != 0:
-        return f"no private machine can be made here: {probe.stderr.strip()}"
-    return None
+    return sandboxed.reason_for_no_machine()
 
 
 def main():
-    if INSIDE in sys.argv:
-        suite = unittest.defaultTestLoader.loadTestsFromName(sys.argv[-1], sys.modules["__main__"])
-        result = unittest.TextTestRunner(stream=sys.stdout, verbosity=0).run(suite)
-        sys.exit(0 if result.wasSuccessful() and result.testsRun == 1 else 1)
-    reason = reason_to_skip()
-    if reason:
-        print("skipped:", reason)
-        sys.exit(77)
-    unittest.main(verbosity=2)
+    sandboxed.main(reason_to_skip)
