@@ -65,24 +65,28 @@ private:
     }
     int copiesBetween(const platform::FileDescriptor& memory, std::uintptr_t from,
                       std::uintptr_t to) const {
-        static std::array<char, 4096> page;  // one at a time: its own copy would be found
-        const auto own = reinterpret_cast<std::uintptr_t>(page.data());
+        // One window at a time: its own copies would be found. It reaches into the next one, for
+        // the text that lies across the border.
+        constexpr std::uintptr_t kStep = 4096;
+        static std::array<char, kStep + 256> window;
+        const auto own = reinterpret_cast<std::uintptr_t>(window.data());
         int found = 0;
-        for (std::uintptr_t at = from; at < to; at += page.size()) {
-            const bool isOwn = at < own + page.size() && own < at + page.size();
-            if (isOwn || ::pread(memory.get(), page.data(), page.size(), static_cast<off_t>(at)) !=
-                             ssize_t{page.size()})
+        for (std::uintptr_t at = from; at < to; at += kStep) {
+            const bool isOwn = at < own + window.size() && own < at + window.size();
+            const std::size_t wanted = std::min(window.size(), to - at);
+            if (isOwn || ::pread(memory.get(), window.data(), wanted, static_cast<off_t>(at)) !=
+                             static_cast<ssize_t>(wanted))
                 continue;
-            const std::string_view bytes(page.data(), page.size());
-            found += countIn<char>(bytes) + countIn<char16_t>(bytes);
+            const std::string_view bytes(window.data(), wanted);
+            found += countIn<char>(bytes, kStep) + countIn<char16_t>(bytes, kStep);
         }
-        platform::wipe(page.data(), page.size());
+        platform::wipe(window.data(), window.size());
         return found;
     }
     template <class Letter>
-    int countIn(std::string_view bytes) const {
+    int countIn(std::string_view bytes, std::size_t step) const {
         int count = 0;
-        for (std::size_t at = 0; at + length_ * sizeof(Letter) <= bytes.size(); ++at)
+        for (std::size_t at = 0; at < step && at + length_ * sizeof(Letter) <= bytes.size(); ++at)
             if (isAt<Letter>(bytes.data() + at)) ++count;
         return count;
     }
