@@ -8,6 +8,7 @@
 
 #include <cstring>
 
+#include "Platform/FileDescriptor.h"
 #include "tests/Platform/TemporaryFiles.h"
 
 namespace quillmore::tests {

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include "Platform/FileDescriptor.h"
 #include "Platform/FileManager.h"
 #include "tests/Platform/TemporaryFiles.h"
 

@@ -2,6 +2,7 @@
 // and a child process that no permission is waived for.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -9,39 +10,22 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
-#include "Platform/FileManager.h"
-#include "tests/fakes/TestServices.h"
+#include "tests/fakes/TemporaryRoot.h"
 
 namespace quillmore::tests {
 
-class TemporaryFiles {
+class TemporaryFiles : public TemporaryRoot {
 public:
     TemporaryFiles() = default;
     TemporaryFiles(const TemporaryFiles&) = delete;
     TemporaryFiles& operator=(const TemporaryFiles&) = delete;
     /// Takes away what a test has closed even to its owner, too.
-    ~TemporaryFiles() { (void)platform::FileManager().removeItem(folder_.path()); }
+    ~TemporaryFiles() { (void)platform::FileManager().removeItem(root.path()); }
 
-    std::string host(const std::string& path) const { return folder_.path() + path; }
-    void makeFolder(const std::string& path) const {
-        std::filesystem::create_directories(host(path));
-    }
-    void makeFile(const std::string& path, const std::string& bytes, mode_t mode = 0644) const {
-        makeFolder(path.substr(0, path.rfind('/')));
-        std::ofstream(host(path), std::ios::binary) << bytes;
-        ::chmod(host(path).c_str(), mode);
-    }
     void makeLink(const std::string& path, const std::string& target) const {
         std::filesystem::create_symlink(target, host(path));
-    }
-    std::string read(const std::string& path) const {
-        std::ostringstream text;
-        text << std::ifstream(host(path), std::ios::binary).rdbuf();
-        return text.str();
     }
     struct stat status(const std::string& path) const {
         struct stat found = {};
@@ -75,17 +59,13 @@ public:
 
 private:
     void handOver(uid_t user) const {
-        EXPECT_EQ(::lchown(folder_.path().c_str(), user, user), 0);
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.path())) {
-            const mode_t mode = status(entry.path().string().substr(folder_.path().size())).st_mode;
+        EXPECT_EQ(::lchown(root.path().c_str(), user, user), 0);
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(root.path())) {
+            const mode_t mode = status(entry.path().string().substr(root.path().size())).st_mode;
             EXPECT_EQ(::lchown(entry.path().c_str(), user, user), 0);
             if (!S_ISLNK(mode)) ::chmod(entry.path().c_str(), mode & 07777);
         }
     }
-    TemporaryFolder folder_;
-
-public:
-    platform::FileManager files{folder_.path()};
 };
 
 /// Lowers a limit of this process while it lives.

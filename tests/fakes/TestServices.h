@@ -3,16 +3,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "Platform/Bundle.h"
-#include "Platform/FileManager.h"
 #include "Platform/PropertyList.h"
 #include "Platform/Services.h"
 #include "Platform/SharedInstance.h"
@@ -27,35 +22,15 @@
 #include "tests/fakes/FakeSystemInformation.h"
 #include "tests/fakes/FakeUserInterface.h"
 #include "tests/fakes/FakeWorkspace.h"
+#include "tests/fakes/TemporaryRoot.h"
 
 namespace quillmore::tests {
-
-/// A folder of the test's own under the system's temporary folder.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "quillmore-test-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
-        path_ = pattern;
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 inline constexpr const char* kTestBundlePath = "/Applications/Quillmore.app";
 inline constexpr const char* kTestHome = "/Users/jo";
 
 /// Paths given to its functions are the system's ("/Library/..."), inside the test's root.
-class TestServices {
+class TestServices : public TemporaryRoot {
 public:
     TestServices() {
         makeFolder(std::string(kTestBundlePath) + "/Contents/Resources");
@@ -92,16 +67,6 @@ public:
         platform::setServices(nullptr);
     }
 
-    std::string host(const std::string& path) const { return root.path() + path; }
-    void makeFolder(const std::string& path) const {
-        std::filesystem::create_directories(host(path));
-    }
-    /// Writes a file with its parent folders.
-    void makeFile(const std::string& path, const std::string& bytes, mode_t mode = 0644) const {
-        makeFolder(path.substr(0, path.rfind('/')));
-        std::ofstream(host(path), std::ios::binary) << bytes;
-        ::chmod(host(path).c_str(), mode);
-    }
     void makePropertyList(const std::string& path, const platform::Value& value) const {
         makeFile(path, platform::writePropertyList(value));
     }
@@ -112,11 +77,6 @@ public:
     void makeResource(const std::string& name, const platform::Value& value) const {
         makePropertyList(bundle->resourcePath() + "/" + name, value);
     }
-    std::string read(const std::string& path) const {
-        std::ostringstream text;
-        text << std::ifstream(host(path), std::ios::binary).rdbuf();
-        return text.str();
-    }
     bool exists(const std::string& path) const { return std::filesystem::exists(host(path)); }
     /// The launcher's bundle in another set of languages; forgets what was read of it.
     void useLanguages(std::vector<std::string> languages) {
@@ -126,8 +86,6 @@ public:
         platform::SharedInstanceBase::forgetAll();
     }
 
-    TemporaryFolder root;
-    platform::FileManager files{root.path()};
     FakeApplication application;
     FakeClock clock;
     FakeProcessSpawner processes;
