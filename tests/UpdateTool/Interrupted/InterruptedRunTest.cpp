@@ -39,7 +39,7 @@ protected:
             ASSERT_EQ(run(line), EX_OK) << errors;
         }
         context.programPath = host("/in/new/program");
-        std::filesystem::copy(folder.path(), kept_.path(), kCopy);
+        copyAll(folder.path(), kept_.path());
         supportExchange(GetParam().exchange);
         old_ = state();
         ASSERT_EQ(run(GetParam().commandLine), EX_OK) << errors;
@@ -72,10 +72,19 @@ protected:
         return ZipBuilder().folder(name).file(name + "/" + age, age).file(name + "/both", age);
     }
 
+    /// With their modes: writing to a file takes an ordinary user's set-user-ID bit away.
+    static void copyAll(const std::filesystem::path& from, const std::filesystem::path& to) {
+        std::filesystem::copy(from, to, kCopy);
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(from)) {
+            if (entry.is_symlink()) continue;
+            std::filesystem::permissions(to / std::filesystem::relative(entry.path(), from),
+                                         entry.status().permissions());
+        }
+    }
     void restore() const {
         for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
             std::filesystem::remove_all(entry);
-        std::filesystem::copy(kept_.path(), folder.path(), kCopy);
+        copyAll(kept_.path(), folder.path());
     }
     /// But for the inputs, the lock, and the folders that the product folder needs.
     State state() const {

@@ -193,7 +193,10 @@ protected:
         makeBundle(item, "old");
         whole = contentsOf(item);
     }
-    bool recycle() const { return trash.recycle(item); }
+    /// In the child an ordinary user has another number.
+    bool recycle() const {
+        return platform::Trash(disk.host("/home/Trash"), ::geteuid()).recycle(item);
+    }
     bool isWholeHereOrThere() const {
         return contentsOf(item) == whole || contentsOf(copy) == whole;
     }
@@ -201,7 +204,6 @@ protected:
     TemporaryFiles disk;
     const std::string item = disk.host("/volume/Old.app");
     const std::string copy = disk.host("/home/Trash/files/Old.app");
-    const platform::Trash trash{disk.host("/home/Trash"), ::geteuid()};
     std::map<std::string, std::string> whole;
 };
 
