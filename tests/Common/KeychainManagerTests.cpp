@@ -69,7 +69,6 @@ TEST_F(Keychain, AbsentAccountOrDataWritesNothingAndSucceeds) {
 }
 
 TEST_F(Keychain, OtherKindsOfDataFailAnAssertionThatNamesTheMethod) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     for (const Value& other : {Value(), Value(1), Value(true)}) {
         EXPECT_DEATH(manager.secKeychainModifyOrAddGenericPassword(other, "jo"),
                      "\\-\\[KeychainManager "

@@ -143,13 +143,9 @@ TEST_F(LauncherDelegate, UnknownLevelWordRaisesTheConfigurationFault) {
 }
 
 TEST(LauncherDelegateDeathTest, MissingDefaultsFailAnAssertion) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(
-        {
-            const TestServices services;
-            Quillmore_LauncherAppDelegate().applicationDidFinishLaunching();
-        },
-        "ASSERTION ERROR: fileLevel \\(");
+    const TestServices services;
+    EXPECT_DEATH(Quillmore_LauncherAppDelegate().applicationDidFinishLaunching(),
+                 "ASSERTION ERROR: fileLevel \\(");
 }
 
 // A core that runs
