@@ -1,9 +1,9 @@
 #include "Common/BrandingManager.h"
 #include "Common/QuillmoreHeaderView.h"
 #include "Common/utils/Folders.h"
-#include "Platform/Bundle.h"
-#include "Platform/ImageView.h"
-#include "Platform/Services.h"
+#include "Platform/Interface/ImageView.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Settings/Bundle.h"
 
 namespace quillmore {
 

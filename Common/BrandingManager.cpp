@@ -3,9 +3,9 @@
 #include "Common/UserManager.h"
 #include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"
-#include "Platform/Bundle.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Settings/Bundle.h"
+#include "Platform/Threads/SharedInstance.h"
 
 namespace quillmore {
 

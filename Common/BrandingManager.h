@@ -10,8 +10,8 @@
 #include <string_view>
 
 #include "Common/KeyList.h"
-#include "Platform/Format.h"
-#include "Platform/Image.h"
+#include "Platform/Interface/Image.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore::platform {
 class ImageView;

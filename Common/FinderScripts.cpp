@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "Platform/Format.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

@@ -9,12 +9,12 @@
 #include "Common/BrandingManager.h"
 #include "Common/FinderScripts.h"
 #include "Common/Tools/ProcessUtilities.h"
-#include "Platform/AppleEvents.h"
-#include "Platform/Clock.h"
-#include "Platform/ScriptRunner.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
-#include "Platform/Workspace.h"
+#include "Platform/Ports/AppleEvents.h"
+#include "Platform/Ports/ScriptRunner.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/Workspace.h"
+#include "Platform/Threads/Clock.h"
+#include "Platform/Threads/SharedInstance.h"
 
 namespace quillmore {
 

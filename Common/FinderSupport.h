@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Authorization.h"
-#include "Platform/SystemInformation.h"
+#include "Platform/Ports/Authorization.h"
+#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore {
 

@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "Common/KeychainManager.h"
-#include "Platform/SecretMemory.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/SecretMemory.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore {
 

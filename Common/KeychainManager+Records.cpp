@@ -2,7 +2,7 @@
 #include "Common/KeyList.h"
 #include "Common/KeychainManager.h"
 #include "Common/utils/Logging.h"
-#include "Platform/SecretMemory.h"
+#include "Platform/Values/SecretMemory.h"
 #include "QuillmoreCore/Classes/Utilities/JSONEncoder.h"
 
 namespace quillmore {

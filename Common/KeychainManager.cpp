@@ -4,10 +4,10 @@
 #include "Common/BrandingManager.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/SecretMemory.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Threads/SharedInstance.h"
+#include "Platform/Values/SecretMemory.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore {
 

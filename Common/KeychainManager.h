@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Keychain.h"
-#include "Platform/Value.h"
+#include "Platform/Ports/Keychain.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

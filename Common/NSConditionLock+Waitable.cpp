@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "Common/utils/Logging.h"
-#include "Platform/Services.h"
+#include "Platform/Ports/Services.h"
 
 namespace quillmore::Waitable {
 

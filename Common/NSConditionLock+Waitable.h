@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Clock.h"
-#include "Platform/ConditionLock.h"
+#include "Platform/Threads/Clock.h"
+#include "Platform/Threads/ConditionLock.h"
 
 namespace quillmore::Waitable {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::Substring {
 

@@ -5,13 +5,13 @@
 #include <utility>
 
 #include "Common/TaskOutputReader.h"
-#include "Platform/Exception.h"
-#include "Platform/Format.h"
-#include "Platform/Pipes.h"
-#include "Platform/ProcessSpawner.h"
-#include "Platform/Services.h"
-#include "Platform/Task.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Files/Pipes.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Processes/ProcessSpawner.h"
+#include "Platform/Processes/Task.h"
+#include "Platform/Values/Exception.h"
+#include "Platform/Values/Format.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::OneLineTasksWithOutput {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Authorization.h"
-#include "Platform/Error.h"
+#include "Platform/Ports/Authorization.h"
+#include "Platform/Values/Error.h"
 
 namespace quillmore::OneLineTasksWithOutput {
 

@@ -5,8 +5,8 @@
 
 #include "Common/BrandSource.h"
 #include "Common/BrandingManager.h"
-#include "Platform/Application.h"
-#include "Platform/Services.h"
+#include "Platform/Interface/Application.h"
+#include "Platform/Ports/Services.h"
 
 namespace quillmore {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Platform/DrawnView.h"
+#include "Platform/Interface/DrawnView.h"
 
 namespace quillmore {
 

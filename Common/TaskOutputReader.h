@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "Platform/BackgroundNotifications.h"
-#include "Platform/NotificationCenter.h"
-#include "Platform/Task.h"
+#include "Platform/Processes/BackgroundNotifications.h"
+#include "Platform/Processes/Task.h"
+#include "Platform/Threads/NotificationCenter.h"
 
 namespace quillmore {
 

@@ -4,9 +4,9 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Application.h"
-#include "Platform/Services.h"
-#include "Platform/Thread.h"
+#include "Platform/Interface/Application.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Threads/Thread.h"
 
 namespace quillmore {
 

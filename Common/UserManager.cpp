@@ -5,10 +5,10 @@
 #include "Common/KeychainManager.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/FileManager.h"
-#include "Platform/SecretMemory.h"
-#include "Platform/Services.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Settings/UserDefaults.h"
+#include "Platform/Values/SecretMemory.h"
 
 namespace quillmore {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Value.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

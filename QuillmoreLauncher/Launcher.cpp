@@ -2,8 +2,8 @@
 
 #include "Common/BrandingManager.h"
 #include "Common/utils/Errors.h"
-#include "Platform/Services.h"
-#include "Platform/UserInterface.h"
+#include "Platform/Interface/UserInterface.h"
+#include "Platform/Ports/Services.h"
 
 namespace quillmore {
 

@@ -1,7 +1,7 @@
 // The edge of the program: start-up, then the main loop, with every exception caught and said.
 #pragma once
 
-#include "Platform/Application.h"
+#include "Platform/Interface/Application.h"
 
 namespace quillmore {
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "Common/BrandSource.h"
-#include "Platform/Application.h"
-#include "Platform/Value.h"
+#include "Platform/Interface/Application.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

@@ -4,10 +4,10 @@
 #include <exception>
 #include <iostream>
 
-#include "UpdateTool/Caller.h"
-#include "UpdateTool/Failure.h"
-#include "UpdateTool/FinderOverlay.h"
-#include "UpdateTool/ProcessGuard.h"
+#include "UpdateTool/Caller/Caller.h"
+#include "UpdateTool/Caller/ProcessGuard.h"
+#include "UpdateTool/Commands/FinderOverlay.h"
+#include "UpdateTool/Ground/Failure.h"
 
 namespace {
 constexpr const char* kBanner =

@@ -4,12 +4,12 @@
 #include <exception>
 #include <iostream>
 
-#include "UpdateTool/AuditTrail.h"
-#include "UpdateTool/Caller.h"
-#include "UpdateTool/Failure.h"
-#include "UpdateTool/Operations.h"
-#include "UpdateTool/OwnProgram.h"
-#include "UpdateTool/ProcessGuard.h"
+#include "UpdateTool/Caller/AuditTrail.h"
+#include "UpdateTool/Caller/Caller.h"
+#include "UpdateTool/Caller/OwnProgram.h"
+#include "UpdateTool/Caller/ProcessGuard.h"
+#include "UpdateTool/Commands/Operations.h"
+#include "UpdateTool/Ground/Failure.h"
 
 namespace {
 

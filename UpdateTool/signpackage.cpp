@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Common/Tools/RsaSignatures.h"
-#include "UpdateTool/PackageLabel.h"
+#include "UpdateTool/Packages/PackageLabel.h"
 
 namespace {
 

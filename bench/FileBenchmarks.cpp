@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "Platform/PropertyList.h"
-#include "Platform/StringTable.h"
+#include "Platform/Formats/PropertyList.h"
+#include "Platform/Formats/StringTable.h"
 
 namespace quillmore::platform {
 namespace {

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "UpdateTool/ArchiveEntries.h"
+#include "UpdateTool/Ground/ArchiveEntries.h"
 
 namespace quillmore::fuzz {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "UpdateTool/Failure.h"
-#include "UpdateTool/FlatPackages.h"
+#include "UpdateTool/Ground/Failure.h"
+#include "UpdateTool/Packages/FlatPackages.h"
 #include "fuzz/ArchiveChecks.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Format.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/Format.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace {
 

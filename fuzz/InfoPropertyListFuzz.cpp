@@ -2,8 +2,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "UpdateTool/InfoPropertyList.h"
-#include "UpdateTool/InstalledVersions.h"
+#include "UpdateTool/Commands/InstalledVersions.h"
+#include "UpdateTool/Packages/InfoPropertyList.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace quillmore::updatetool;

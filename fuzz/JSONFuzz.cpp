@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/TextEncoding.h"
 #include "QuillmoreCore/Classes/Utilities/JSONEncoder.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "Platform/PropertyList.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Formats/PropertyList.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "Platform/StringTable.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Formats/StringTable.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace {
 

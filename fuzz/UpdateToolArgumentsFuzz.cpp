@@ -11,7 +11,7 @@
 #include <sstream>
 #include <string>
 
-#include "UpdateTool/Operations.h"
+#include "UpdateTool/Commands/Operations.h"
 
 namespace {
 

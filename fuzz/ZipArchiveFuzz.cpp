@@ -5,8 +5,8 @@
 #include <set>
 #include <string>
 
-#include "UpdateTool/Failure.h"
-#include "UpdateTool/ZipArchives.h"
+#include "UpdateTool/Ground/Failure.h"
+#include "UpdateTool/Packages/ZipArchives.h"
 #include "fuzz/ArchiveChecks.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -1,10 +1,10 @@
 #include "Common/Tools/ProcessUtilities.h"
 
 #include "Common/utils/Applications.h"
-#include "Platform/Exception.h"
-#include "Platform/Format.h"
-#include "Platform/Services.h"
-#include "Platform/Task.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Processes/Task.h"
+#include "Platform/Values/Exception.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

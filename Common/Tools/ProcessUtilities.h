@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Value.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

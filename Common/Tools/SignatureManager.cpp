@@ -6,7 +6,7 @@
 
 #include "Common/Tools/RsaSignatures.h"
 #include "Common/utils/Logging.h"
-#include "Platform/SharedInstance.h"
+#include "Platform/Threads/SharedInstance.h"
 
 namespace quillmore {
 

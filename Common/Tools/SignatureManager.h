@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "Platform/Value.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

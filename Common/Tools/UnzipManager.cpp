@@ -10,8 +10,8 @@
 #include <new>
 #include <string_view>
 
-#include "Platform/FileManager.h"
-#include "Platform/Format.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

@@ -6,12 +6,12 @@
 
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/AppleEvents.h"
-#include "Platform/Bundle.h"
-#include "Platform/Clock.h"
-#include "Platform/Format.h"
-#include "Platform/Services.h"
-#include "Platform/Workspace.h"
+#include "Platform/Ports/AppleEvents.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/Workspace.h"
+#include "Platform/Settings/Bundle.h"
+#include "Platform/Threads/Clock.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

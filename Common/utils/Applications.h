@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Error.h"
-#include "Platform/Value.h"
+#include "Platform/Values/Error.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

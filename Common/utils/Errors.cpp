@@ -7,8 +7,8 @@
 
 #include "Common/utils/Logging.h"
 #include "Common/utils/PosixMessages.h"
-#include "Platform/Services.h"
-#include "Platform/SystemInformation.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Error.h"
-#include "Platform/Exception.h"
-#include "Platform/Format.h"
+#include "Platform/Values/Error.h"
+#include "Platform/Values/Exception.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

@@ -7,8 +7,8 @@
 
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Threads/SharedInstance.h"
 
 namespace quillmore {
 

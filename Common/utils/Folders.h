@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 
 namespace quillmore {
 

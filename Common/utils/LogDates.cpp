@@ -6,7 +6,7 @@
 #include <ctime>
 
 #include "Common/utils/Logging.h"
-#include "Platform/Services.h"
+#include "Platform/Ports/Services.h"
 
 namespace quillmore {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Platform/Clock.h"
+#include "Platform/Threads/Clock.h"
 
 namespace quillmore {
 

@@ -6,11 +6,11 @@
 #include <limits>
 
 #include "Common/utils/LogState.h"
-#include "Platform/Format.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
-#include "Platform/SystemInformation.h"
-#include "Platform/Thread.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/SystemInformation.h"
+#include "Platform/Threads/SharedInstance.h"
+#include "Platform/Threads/Thread.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

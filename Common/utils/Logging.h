@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Format.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

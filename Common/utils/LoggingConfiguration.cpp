@@ -8,9 +8,9 @@
 #include "Common/utils/Folders.h"
 #include "Common/utils/LogState.h"
 #include "Common/utils/Logging.h"
-#include "Platform/FileManager.h"
-#include "Platform/Format.h"
-#include "Platform/Services.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 

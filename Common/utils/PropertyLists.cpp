@@ -4,7 +4,7 @@
 
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/PropertyList.h"
+#include "Platform/Formats/PropertyList.h"
 
 namespace quillmore {
 

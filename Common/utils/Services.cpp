@@ -13,8 +13,8 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"
-#include "Platform/Services.h"
-#include "Platform/SystemInformation.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore {
 

@@ -6,11 +6,11 @@
 #include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"
 #include "Common/utils/VersionNumber.h"
-#include "Platform/Bundle.h"
-#include "Platform/Format.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
-#include "Platform/Value.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Settings/Bundle.h"
+#include "Platform/Threads/SharedInstance.h"
+#include "Platform/Values/Format.h"
+#include "Platform/Values/Value.h"
 
 // The build passes the number; a single file compiled by hand gets the release's.
 #ifndef QUILLMORE_CLIENT_VERSION_NUMBER

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "Platform/TerminalQuestion.h"
+#include "Platform/Interface/TerminalQuestion.h"
 
 namespace quillmore::platform {
 

@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "Platform/Console/LineReader.h"
-#include "Platform/MainQueue.h"
-#include "Platform/UserInterface.h"
+#include "Platform/Interface/UserInterface.h"
+#include "Platform/Threads/MainQueue.h"
 
 namespace quillmore::platform {
 

@@ -4,7 +4,7 @@
 
 #include <cerrno>
 
-#include "Platform/Workspace.h"
+#include "Platform/Ports/Workspace.h"
 
 namespace quillmore::platform {
 

@@ -2,7 +2,7 @@
 // addressed by bundle identifier: it becomes a polite termination signal. Safe on any thread.
 #pragma once
 
-#include "Platform/AppleEvents.h"
+#include "Platform/Ports/AppleEvents.h"
 
 namespace quillmore::platform {
 

@@ -10,11 +10,11 @@
 #include <cerrno>
 #include <new>
 
-#include "Platform/Exception.h"
-#include "Platform/FileManager.h"
-#include "Platform/Linux/PolkitModule.h"
-#include "Platform/ProcessSpawner.h"
-#include "Platform/TerminalQuestion.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Interface/TerminalQuestion.h"
+#include "Platform/Linux/Polkit/PolkitModule.h"
+#include "Platform/Processes/ProcessSpawner.h"
+#include "Platform/Values/Exception.h"
 
 namespace quillmore::platform {
 

@@ -8,9 +8,9 @@
 
 #include <functional>
 
-#include "Platform/Authorization.h"
 #include "Platform/Linux/ProcFolder.h"
-#include "Platform/Module.h"
+#include "Platform/Ports/Authorization.h"
+#include "Platform/Processes/Module.h"
 
 struct QuillmorePolkitModule;
 struct QuillmorePolkitAgent;

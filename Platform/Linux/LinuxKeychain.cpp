@@ -2,10 +2,10 @@
 
 #include <array>
 
-#include "Platform/FileManager.h"
-#include "Platform/Linux/SecretModule.h"
-#include "Platform/SecretMemory.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Linux/Secret/SecretModule.h"
+#include "Platform/Values/SecretMemory.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::platform {
 

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <string>
 
-#include "Platform/Keychain.h"
-#include "Platform/Module.h"
+#include "Platform/Ports/Keychain.h"
+#include "Platform/Processes/Module.h"
 
 struct QuillmoreSecretModule;
 struct QuillmoreSecretRequest;

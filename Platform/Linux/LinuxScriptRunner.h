@@ -2,7 +2,7 @@
 // attempt says so. Safe on any thread.
 #pragma once
 
-#include "Platform/ScriptRunner.h"
+#include "Platform/Ports/ScriptRunner.h"
 
 namespace quillmore::platform {
 

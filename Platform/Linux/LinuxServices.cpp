@@ -4,8 +4,8 @@
 #include "Platform/Linux/LinuxScriptRunner.h"
 #include "Platform/Linux/LinuxSystemInformation.h"
 #include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/Services.h"
-#include "Platform/SystemServices.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/SystemServices.h"
 
 namespace quillmore::platform {
 

@@ -7,8 +7,8 @@
 #include <charconv>
 #include <vector>
 
-#include "Platform/FileManager.h"
-#include "Platform/PropertyList.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Formats/PropertyList.h"
 
 namespace quillmore::platform {
 

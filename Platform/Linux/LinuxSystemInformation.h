@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Platform/Linux/ProcFolder.h"
-#include "Platform/SystemInformation.h"
+#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore::platform {
 

@@ -8,13 +8,13 @@
 #include <map>
 #include <tuple>
 
-#include "Platform/Bundle.h"
-#include "Platform/Exception.h"
-#include "Platform/FileDescriptor.h"
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileDescriptor.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Formats/PropertyList.h"
 #include "Platform/Linux/Trash.h"
-#include "Platform/ProcessSpawner.h"
-#include "Platform/PropertyList.h"
+#include "Platform/Processes/ProcessSpawner.h"
+#include "Platform/Settings/Bundle.h"
+#include "Platform/Values/Exception.h"
 
 namespace quillmore::platform {
 

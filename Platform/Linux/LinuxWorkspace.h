@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Platform/Linux/ProcFolder.h"
-#include "Platform/Workspace.h"
+#include "Platform/Ports/Workspace.h"
 
 namespace quillmore::platform {
 

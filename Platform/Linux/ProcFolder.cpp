@@ -11,7 +11,7 @@
 #include <memory>
 #include <string_view>
 
-#include "Platform/FileDescriptor.h"
+#include "Platform/Files/FileDescriptor.h"
 
 namespace quillmore::platform {
 

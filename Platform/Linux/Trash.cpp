@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 #include "Platform/Linux/TrashFolder.h"
 #include "Platform/Linux/Volume.h"
 

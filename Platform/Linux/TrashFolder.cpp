@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <ctime>
 
-#include "Platform/FileDescriptor.h"
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileDescriptor.h"
+#include "Platform/Files/FileManager.h"
 
 namespace quillmore::platform {
 

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 
 namespace quillmore::platform {
 

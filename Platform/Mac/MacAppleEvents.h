@@ -2,7 +2,7 @@
 // send; sendEvent belongs to the main thread, as the system's own call does.
 #pragma once
 
-#include "Platform/AppleEvents.h"
+#include "Platform/Ports/AppleEvents.h"
 
 namespace quillmore::platform {
 

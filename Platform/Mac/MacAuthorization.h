@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-#include "Platform/Authorization.h"
+#include "Platform/Ports/Authorization.h"
 
 namespace quillmore::platform {
 

@@ -1,4 +1,4 @@
-#include "Platform/SystemServices.h"
+#include "Platform/Ports/SystemServices.h"
 
 #include <mach-o/dyld.h>
 

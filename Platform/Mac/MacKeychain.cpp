@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "Platform/Mac/CoreFoundationObject.h"
-#include "Platform/SecretMemory.h"
+#include "Platform/Values/SecretMemory.h"
 
 namespace quillmore::platform {
 

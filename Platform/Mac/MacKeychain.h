@@ -2,7 +2,7 @@
 // any thread.
 #pragma once
 
-#include "Platform/Keychain.h"
+#include "Platform/Ports/Keychain.h"
 
 namespace quillmore::platform {
 

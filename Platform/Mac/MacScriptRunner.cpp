@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "Platform/Mac/AppleEventData.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::platform {
 

@@ -1,7 +1,7 @@
 // AppleScript through the Open Scripting Architecture. Any thread: scripts run one at a time.
 #pragma once
 
-#include "Platform/ScriptRunner.h"
+#include "Platform/Ports/ScriptRunner.h"
 
 namespace quillmore::platform {
 

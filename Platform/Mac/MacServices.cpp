@@ -1,6 +1,6 @@
 #include "Platform/Mac/MacServices.h"
 
-#include "Platform/Services.h"
+#include "Platform/Ports/Services.h"
 
 namespace quillmore::platform {
 

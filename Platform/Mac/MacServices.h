@@ -7,7 +7,7 @@
 #include "Platform/Mac/MacScriptRunner.h"
 #include "Platform/Mac/MacSystemInformation.h"
 #include "Platform/Mac/MacWorkspace.h"
-#include "Platform/SystemServices.h"
+#include "Platform/Ports/SystemServices.h"
 
 namespace quillmore::platform {
 

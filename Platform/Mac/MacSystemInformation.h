@@ -1,7 +1,7 @@
 // What Gestalt, the kernel's process table and AppKit say. Keeps no state: safe on any thread.
 #pragma once
 
-#include "Platform/SystemInformation.h"
+#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore::platform {
 

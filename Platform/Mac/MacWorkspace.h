@@ -1,7 +1,7 @@
 // The desktop by NSWorkspace. Keeps no state.
 #pragma once
 
-#include "Platform/Workspace.h"
+#include "Platform/Ports/Workspace.h"
 
 namespace quillmore::platform {
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "Platform/Interface/UserInterface.h"
 #include "Platform/Qt/WindowDialog.h"
-#include "Platform/UserInterface.h"
 
 class QBoxLayout;
 class QCheckBox;

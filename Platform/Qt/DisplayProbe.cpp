@@ -12,8 +12,8 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "Platform/Exception.h"
-#include "Platform/Pipes.h"
+#include "Platform/Files/Pipes.h"
+#include "Platform/Values/Exception.h"
 
 namespace quillmore::platform {
 

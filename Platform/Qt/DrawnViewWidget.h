@@ -6,7 +6,7 @@
 #include <exception>
 #include <functional>
 
-#include "Platform/DrawnView.h"
+#include "Platform/Interface/DrawnView.h"
 
 namespace quillmore::platform {
 

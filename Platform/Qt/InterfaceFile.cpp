@@ -3,7 +3,7 @@
 #include <QBuffer>
 #include <QUiLoader>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 #include "Platform/Qt/DrawnViewWidget.h"
 #include "Platform/Qt/WindowDialog.h"
 

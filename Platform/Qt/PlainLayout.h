@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "Platform/Interface.h"
+#include "Platform/Interface/Interface.h"
 
 namespace quillmore::platform {
 

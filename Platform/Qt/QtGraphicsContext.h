@@ -6,7 +6,7 @@
 
 #include <QPainter>
 
-#include "Platform/Graphics.h"
+#include "Platform/Interface/Graphics.h"
 
 namespace quillmore::platform {
 

@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <utility>
 
+#include "Platform/Interface/UserInterfaceModule.h"
 #include "Platform/Qt/Accessibility.h"
 #include "Platform/Qt/DisplayProbe.h"
 #include "Platform/Qt/QtUserInterface.h"
-#include "Platform/UserInterfaceModule.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include <QIcon>
 #include <QLocale>
 
-#include "Platform/LanguageTags.h"
-#include "Platform/MainQueue.h"
 #include "Platform/Qt/AlertDialog.h"
 #include "Platform/Qt/InterfaceFile.h"
 #include "Platform/Qt/QtText.h"
 #include "Platform/Qt/ShownWindow.h"
+#include "Platform/Threads/MainQueue.h"
+#include "Platform/Values/LanguageTags.h"
 
 namespace quillmore::platform {
 

@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "Platform/UserInterface.h"
-#include "Platform/UserInterfaceModule.h"
+#include "Platform/Interface/UserInterface.h"
+#include "Platform/Interface/UserInterfaceModule.h"
 
 namespace quillmore::platform {
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "Platform/Interface.h"
+#include "Platform/Interface/Interface.h"
 
 class QPushButton;
 class QWidget;

@@ -1,8 +1,8 @@
 // Fixes for Intel machines that run system 10.5: an archive applied at the end of a repair run.
-#include "Platform/Bundle.h"
-#include "Platform/FileManager.h"
-#include "Platform/Services.h"
-#include "Platform/SystemInformation.h"
+#include "Platform/Files/FileManager.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/SystemInformation.h"
+#include "Platform/Settings/Bundle.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 

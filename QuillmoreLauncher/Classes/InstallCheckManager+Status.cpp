@@ -2,7 +2,7 @@
 #include "Common/BrandingManager.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Exception.h"
+#include "Platform/Values/Exception.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 

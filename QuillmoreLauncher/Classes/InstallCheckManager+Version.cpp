@@ -8,9 +8,9 @@
 #include "Common/utils/PropertyLists.h"
 #include "Common/utils/Text.h"
 #include "Common/utils/Versions.h"
-#include "Platform/Services.h"
-#include "Platform/SystemInformation.h"
-#include "Platform/Task.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/SystemInformation.h"
+#include "Platform/Processes/Task.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "QuillmoreLauncher/Classes/ToolBanner.h"
 

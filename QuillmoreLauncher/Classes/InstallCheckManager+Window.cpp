@@ -2,10 +2,10 @@
 #include "Common/BrandingManager.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Application.h"
-#include "Platform/Services.h"
-#include "Platform/Thread.h"
-#include "Platform/UserInterface.h"
+#include "Platform/Interface/Application.h"
+#include "Platform/Interface/UserInterface.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Threads/Thread.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 
 namespace quillmore {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "Common/QuillmoreHeaderView.h"
-#include "Platform/Interface.h"
+#include "Platform/Interface/Interface.h"
 
 namespace quillmore {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Value.h"
+#include "Platform/Values/Value.h"
 #include "QuillmoreLauncher/Classes/RequiredItem.h"
 
 namespace quillmore {

@@ -1,6 +1,6 @@
 #include "QuillmoreLauncher/Classes/RequiredItem.h"
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 
 namespace quillmore {
 

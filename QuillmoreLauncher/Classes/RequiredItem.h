@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "Platform/Value.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

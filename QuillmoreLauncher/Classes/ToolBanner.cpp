@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/TextEncoding.h"
 
 namespace quillmore {
 

@@ -1,8 +1,8 @@
 // The second privileged helper: the tool that puts the overlay into the Finder.
 #include "Common/utils/Logging.h"
-#include "Platform/Services.h"
-#include "Platform/Task.h"
-#include "Platform/TerminationSignals.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Processes/Task.h"
+#include "Platform/Processes/TerminationSignals.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 
 namespace quillmore {

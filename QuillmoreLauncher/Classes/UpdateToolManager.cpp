@@ -6,12 +6,12 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Authorization.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
-#include "Platform/Task.h"
-#include "Platform/TerminationSignals.h"
-#include "Platform/Workspace.h"
+#include "Platform/Ports/Authorization.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Ports/Workspace.h"
+#include "Platform/Processes/Task.h"
+#include "Platform/Processes/TerminationSignals.h"
+#include "Platform/Threads/SharedInstance.h"
 
 namespace quillmore {
 

@@ -2,7 +2,7 @@
 // it with administrator rights, and turns each repair into one command line. One shared instance;
 // called from the repair thread, one repair at a time; every run blocks its caller until the tool
 // has ended, except administrator runs, which return once the tool was started.
-// UpdateTool/Operations.cpp lists the commands from the other side.
+// UpdateTool/Commands/Operations.cpp lists the commands from the other side.
 #pragma once
 
 #include <cstdint>

@@ -4,7 +4,7 @@
 #include "Common/KeyList.h"
 #include "Common/KeychainManager.h"
 #include "Common/UserManager.h"
-#include "Platform/SecretMemory.h"
+#include "Platform/Values/SecretMemory.h"
 #include "QuillmoreCore/Classes/Utilities/JSONEncoder.h"
 #include "tests/Common/LogTest.h"
 #include "tests/fakes/HiddenText.h"

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Common/utils/Logging.h"
-#include "Platform/Thread.h"
+#include "Platform/Threads/Thread.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {

@@ -7,11 +7,11 @@
 #include <stdexcept>
 #include <thread>
 
-#include "Platform/NotificationCenter.h"
-#include "Platform/RunLoop.h"
-#include "Platform/Task.h"
+#include "Platform/Processes/Task.h"
+#include "Platform/Threads/NotificationCenter.h"
+#include "Platform/Threads/RunLoop.h"
 #include "tests/Common/LogTest.h"
-#include "tests/Platform/OpenDescriptors.h"
+#include "tests/Platform/Files/OpenDescriptors.h"
 
 namespace quillmore::tests {
 namespace {

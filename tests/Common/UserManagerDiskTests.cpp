@@ -2,7 +2,7 @@
 #include "Common/KeyList.h"
 #include "Common/UserManager.h"
 #include "tests/Common/LogTest.h"
-#include "tests/Platform/ForkedProcess.h"
+#include "tests/Platform/Processes/ForkedProcess.h"
 
 namespace quillmore::tests {
 namespace {

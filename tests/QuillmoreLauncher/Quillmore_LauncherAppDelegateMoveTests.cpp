@@ -1,5 +1,5 @@
 // The launcher's start, as far as its place on the disk goes.
-#include "Common/LetsMove/PFMoveApplication.h"
+#include "Common/MoveToApplications/PFMoveApplication.h"
 #include "QuillmoreLauncher/Quillmore_LauncherAppDelegate.h"
 #include "tests/fakes/LauncherFixture.h"
 

@@ -11,12 +11,12 @@
 #include <sstream>
 
 #include "Common/Tools/RsaSignatures.h"
-#include "UpdateTool/Failure.h"
-#include "UpdateTool/Operations.h"
-#include "UpdateTool/PackageLabel.h"
+#include "UpdateTool/Commands/Operations.h"
+#include "UpdateTool/Ground/Failure.h"
+#include "UpdateTool/Packages/PackageLabel.h"
+#include "tests/Common/Tools/integrity/TestKeys.h"
+#include "tests/Common/Tools/integrity/ZipBuilder.h"
 #include "tests/fakes/TestServices.h"
-#include "tests/integrity/TestKeys.h"
-#include "tests/integrity/ZipBuilder.h"
 
 namespace quillmore::tests {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/AppleEvents.h"
+#include "Platform/Ports/AppleEvents.h"
 
 namespace quillmore::tests {
 

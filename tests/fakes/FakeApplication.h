@@ -6,7 +6,7 @@
 #include <functional>
 #include <mutex>
 
-#include "Platform/Application.h"
+#include "Platform/Interface/Application.h"
 
 namespace quillmore::tests {
 

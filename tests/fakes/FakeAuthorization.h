@@ -6,8 +6,8 @@
 #include <functional>
 #include <optional>
 
-#include "Platform/Authorization.h"
-#include "Platform/Pipes.h"
+#include "Platform/Files/Pipes.h"
+#include "Platform/Ports/Authorization.h"
 
 namespace quillmore::tests {
 

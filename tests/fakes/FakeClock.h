@@ -4,7 +4,7 @@
 #include <mutex>
 #include <vector>
 
-#include "Platform/Clock.h"
+#include "Platform/Threads/Clock.h"
 
 namespace quillmore::tests {
 

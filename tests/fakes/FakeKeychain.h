@@ -4,7 +4,7 @@
 #include <map>
 #include <vector>
 
-#include "Platform/Keychain.h"
+#include "Platform/Ports/Keychain.h"
 
 namespace quillmore::tests {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Exception.h"
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
+#include "Platform/Values/Exception.h"
 
 namespace quillmore::tests {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/ScriptRunner.h"
+#include "Platform/Ports/ScriptRunner.h"
 
 namespace quillmore::tests {
 

@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "Platform/SystemInformation.h"
+#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore::tests {
 

@@ -4,7 +4,7 @@
 #include <deque>
 #include <map>
 
-#include "Platform/UserInterface.h"
+#include "Platform/Interface/UserInterface.h"
 
 namespace quillmore::tests {
 

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "Platform/Workspace.h"
+#include "Platform/Ports/Workspace.h"
 
 namespace quillmore::tests {
 

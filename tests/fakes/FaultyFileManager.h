@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 
 namespace quillmore::tests {
 

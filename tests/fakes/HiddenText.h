@@ -13,8 +13,8 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/FileDescriptor.h"
-#include "Platform/SecretMemory.h"
+#include "Platform/Files/FileDescriptor.h"
+#include "Platform/Values/SecretMemory.h"
 
 namespace quillmore::tests {
 

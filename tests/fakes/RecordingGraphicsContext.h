@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Format.h"
-#include "Platform/Graphics.h"
+#include "Platform/Interface/Graphics.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore::tests {
 

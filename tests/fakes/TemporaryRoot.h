@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 
 namespace quillmore::tests {
 

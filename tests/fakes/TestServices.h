@@ -7,11 +7,11 @@
 #include <filesystem>
 #include <string>
 
-#include "Platform/Bundle.h"
-#include "Platform/PropertyList.h"
-#include "Platform/Services.h"
-#include "Platform/SharedInstance.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Formats/PropertyList.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Settings/Bundle.h"
+#include "Platform/Settings/UserDefaults.h"
+#include "Platform/Threads/SharedInstance.h"
 #include "tests/fakes/FakeAppleEvents.h"
 #include "tests/fakes/FakeApplication.h"
 #include "tests/fakes/FakeAuthorization.h"

@@ -1,6 +1,6 @@
 // Asks polkit whether this process may do an action. The only file of the program that knows GLib's
 // polkit interface; built as a module of its own.
-#include "Platform/Linux/PolkitModule.h"
+#include "Platform/Linux/Polkit/PolkitModule.h"
 
 #include <glib-unix.h>
 #include <polkit/polkit.h>

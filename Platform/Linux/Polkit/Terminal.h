@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "Platform/FileDescriptor.h"
+#include "Platform/Files/FileDescriptor.h"
 #include "Platform/Linux/Polkit/GLibOwners.h"
-#include "Platform/Linux/PolkitModule.h"
+#include "Platform/Linux/Polkit/PolkitModule.h"
 
 namespace quillmore::platform::polkit {
 

@@ -6,11 +6,11 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "Platform/Environment.h"
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 #include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/ProcessSpawner.h"
-#include "Platform/SystemServices.h"
+#include "Platform/Ports/SystemServices.h"
+#include "Platform/Processes/Environment.h"
+#include "Platform/Processes/ProcessSpawner.h"
 
 using namespace quillmore;
 

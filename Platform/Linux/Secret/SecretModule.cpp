@@ -1,7 +1,7 @@
 // Talks to the Secret Service. The only file of the program that knows libsecret; built as a module
 // of its own. Every call opens the service anew: one that was restarted in between (which ends all
 // of its sessions) is then no special case.
-#include "Platform/Linux/SecretModule.h"
+#include "Platform/Linux/Secret/SecretModule.h"
 
 // For items by their object path: the one way to name an item across calls.
 #define SECRET_API_SUBJECT_TO_CHANGE

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Platform/SecretMemory.h"
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/SecretMemory.h"
+#include "Platform/Values/TextEncoding.h"
 #include "QuillmoreCore/Classes/Utilities/JSONEncoder.h"
 
 namespace quillmore {

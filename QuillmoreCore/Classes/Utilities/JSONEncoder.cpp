@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "Platform/SecretMemory.h"
+#include "Platform/Values/SecretMemory.h"
 
 namespace quillmore {
 

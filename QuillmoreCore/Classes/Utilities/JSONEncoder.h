@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Value.h"
+#include "Platform/Values/Value.h"
 
 namespace quillmore {
 

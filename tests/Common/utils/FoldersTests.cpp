@@ -4,7 +4,7 @@
 #include <cstring>
 #include <thread>
 
-#include "Platform/Exception.h"
+#include "Platform/Values/Exception.h"
 #include "tests/Common/LogTest.h"
 
 namespace quillmore::tests {

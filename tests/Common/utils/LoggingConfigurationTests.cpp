@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "Platform/Exception.h"
+#include "Platform/Values/Exception.h"
 #include "tests/Common/LogTest.h"
 
 namespace quillmore::tests {

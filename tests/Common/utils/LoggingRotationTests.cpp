@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "Platform/Exception.h"
+#include "Platform/Values/Exception.h"
 #include "tests/Common/LogTest.h"
 
 namespace quillmore::tests {

@@ -13,7 +13,7 @@
 #endif
 
 #include "tests/Common/LogTest.h"
-#include "tests/Platform/ForkedProcess.h"
+#include "tests/Platform/Processes/ForkedProcess.h"
 
 namespace quillmore::tests {
 namespace {

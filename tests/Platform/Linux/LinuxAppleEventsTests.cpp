@@ -4,7 +4,7 @@
 #include <signal.h>
 #include <sys/wait.h>
 
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
 #include "tests/fakes/FakeWorkspace.h"
 
 namespace quillmore::tests {

@@ -6,7 +6,7 @@
 
 #include "Platform/Linux/LinuxAppleEvents.h"
 #include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {

@@ -1,4 +1,4 @@
-#include "Platform/SystemServices.h"
+#include "Platform/Ports/SystemServices.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {

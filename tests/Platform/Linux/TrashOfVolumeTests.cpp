@@ -1,7 +1,7 @@
 // The Trash of volumes other than the home folder's, on real mounts.
 #include "Platform/Linux/Trash.h"
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/Platform/Linux/OwnMounts.h"
-#include "tests/Platform/TemporaryFiles.h"
 
 namespace quillmore::tests {
 namespace {

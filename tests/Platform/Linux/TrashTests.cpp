@@ -4,7 +4,7 @@
 
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/TrashFolder.h"
-#include "tests/Platform/TemporaryFiles.h"
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/fakes/FakeProcessSpawner.h"
 
 namespace quillmore::tests {

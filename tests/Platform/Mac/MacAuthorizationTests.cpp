@@ -6,8 +6,8 @@
 #include <array>
 #include <filesystem>
 
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/Platform/Mac/AppleTest.h"
-#include "tests/Platform/TemporaryFiles.h"
 
 namespace quillmore::tests {
 namespace {

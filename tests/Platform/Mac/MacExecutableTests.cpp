@@ -1,9 +1,9 @@
-#include "Platform/SystemServices.h"
+#include "Platform/Ports/SystemServices.h"
 
 #include <filesystem>
 
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/Platform/Mac/AppleTest.h"
-#include "tests/Platform/TemporaryFiles.h"
 
 namespace quillmore::tests {
 namespace {

@@ -2,8 +2,8 @@
 #include <QCheckBox>
 #include <QStyle>
 
-#include "Platform/Exception.h"
 #include "Platform/Qt/AlertDialog.h"
+#include "Platform/Values/Exception.h"
 #include "tests/Platform/Qt/WindowsTest.h"
 
 namespace quillmore::platform {

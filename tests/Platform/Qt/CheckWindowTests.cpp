@@ -3,7 +3,7 @@
 #include <QImage>
 #include <QProgressBar>
 
-#include "Platform/Exception.h"
+#include "Platform/Values/Exception.h"
 #include "tests/Platform/Qt/WindowsTest.h"
 #include "tests/fakes/TestServices.h"
 

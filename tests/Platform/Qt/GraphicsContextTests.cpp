@@ -2,7 +2,7 @@
 #include <QImage>
 #include <QPainter>
 
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 #include "Platform/Qt/QtGraphicsContext.h"
 #include "tests/fakes/TestServices.h"
 

@@ -14,9 +14,9 @@
 #include <map>
 #include <optional>
 
-#include "Platform/DrawnView.h"
-#include "Platform/MainQueue.h"
+#include "Platform/Interface/DrawnView.h"
 #include "Platform/Qt/QtUserInterface.h"
+#include "Platform/Threads/MainQueue.h"
 
 namespace quillmore::platform {
 

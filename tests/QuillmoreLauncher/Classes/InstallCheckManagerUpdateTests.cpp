@@ -1,5 +1,5 @@
 // Whether an installed tool or Finder item is older than the launcher.
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
 #include "tests/fakes/LauncherFixture.h"
 
 namespace quillmore::tests {

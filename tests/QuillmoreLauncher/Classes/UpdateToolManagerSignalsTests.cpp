@@ -1,7 +1,7 @@
 // Signals that come while a tool runs: they wait for its end.
-#include "Platform/TerminationSignals.h"
+#include "Platform/Processes/TerminationSignals.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
-#include "tests/Platform/ForkedProcess.h"
+#include "tests/Platform/Processes/ForkedProcess.h"
 #include "tests/fakes/LauncherFixture.h"
 
 namespace quillmore::tests {

@@ -5,10 +5,10 @@
 #include <functional>
 #include <map>
 
-#include "tests/UpdateTool/FlatPackageBuilder.h"
 #include "tests/UpdateTool/Interrupted/Memory.h"
-#include "tests/UpdateTool/Interrupted/SystemCalls.h"
+#include "tests/UpdateTool/Packages/FlatPackageBuilder.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
+#include "tests/fakes/SystemCalls.h"
 
 namespace quillmore::tests {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "tests/UpdateTool/Interrupted/SystemCalls.h"
+#include "tests/fakes/SystemCalls.h"
 
 namespace quillmore::tests {
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "Platform/TextEncoding.h"
+#include "Platform/Values/TextEncoding.h"
 #include "tests/apple/doubles/Ledger.h"
 
 using namespace quillmore::apple;

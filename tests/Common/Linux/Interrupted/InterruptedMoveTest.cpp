@@ -6,11 +6,11 @@
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/Trash.h"
 #include "Platform/Linux/TrashFolder.h"
-#include "tests/Common/LetsMove/MoveFixture.h"
-#include "tests/Platform/ForkedProcess.h"
+#include "tests/Common/MoveToApplications/MoveFixture.h"
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/Platform/Linux/OwnMounts.h"
-#include "tests/Platform/TemporaryFiles.h"
-#include "tests/UpdateTool/Interrupted/SystemCalls.h"
+#include "tests/Platform/Processes/ForkedProcess.h"
+#include "tests/fakes/SystemCalls.h"
 
 namespace quillmore::tests {
 namespace {

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 
 #include "Platform/Linux/LinuxAuthorization.h"
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {

@@ -19,7 +19,7 @@
 #include <thread>
 
 #include "Platform/Linux/LinuxAuthorization.h"
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
 
 using namespace quillmore::platform;
 using Communications = Authorization::Communications;

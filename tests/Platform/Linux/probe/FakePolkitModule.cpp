@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-#include "Platform/Linux/PolkitModule.h"
+#include "Platform/Linux/Polkit/PolkitModule.h"
 
 #ifndef FAKE_VERSION
 #define FAKE_VERSION kQuillmorePolkitVersion

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "Platform/Linux/SecretModule.h"
+#include "Platform/Linux/Secret/SecretModule.h"
 
 #ifndef FAKE_VERSION
 #define FAKE_VERSION kQuillmoreSecretVersion

@@ -27,11 +27,11 @@
 #include "Common/BrandingManager.h"
 #include "Common/KeychainManager.h"
 #include "Common/utils/Logging.h"
-#include "Platform/FileManager.h"
+#include "Platform/Files/FileManager.h"
 #include "Platform/Linux/LinuxKeychain.h"
-#include "Platform/SecretMemory.h"
-#include "Platform/Services.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Settings/UserDefaults.h"
+#include "Platform/Values/SecretMemory.h"
 #include "tests/fakes/HiddenText.h"
 
 using namespace quillmore;

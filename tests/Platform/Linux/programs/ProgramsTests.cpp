@@ -2,10 +2,10 @@
 #include <gmock/gmock.h>
 #include <sys/xattr.h>
 
-#include "Platform/Environment.h"
-#include "Platform/Task.h"
+#include "Platform/Processes/Environment.h"
+#include "Platform/Processes/Task.h"
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/Platform/Linux/OwnMounts.h"
-#include "tests/Platform/TemporaryFiles.h"
 
 namespace quillmore::tests {
 namespace {

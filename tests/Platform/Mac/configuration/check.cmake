@@ -13,7 +13,12 @@ if(result)
 endif()
 
 file(READ ${BUILD}/build.ninja rules)
-file(READ ${BUILD}/tests/CTestTestfile.cmake tests)
+file(GLOB_RECURSE lists ${BUILD}/tests/CTestTestfile.cmake)
+set(tests "")
+foreach(list ${lists})
+    file(STRINGS ${list} found REGEX "^add_test")
+    list(APPEND tests ${found})
+endforeach()
 foreach(wanted "libplatform_mac\\.a" "-framework Security" "PlugIns/libquillmore_qt\\.so"
         "platform_tests" "common_tests" "launcher_tests" "qt_tests" "updateqm")
     if(NOT rules MATCHES "${wanted}")

@@ -11,7 +11,7 @@
 #include "Common/NSTask+OneLineTasksWithOutput.h"
 #include "Common/utils/Applications.h"
 #include "Platform/Mac/MacServices.h"
-#include "Platform/ProcessSpawner.h"
+#include "Platform/Processes/ProcessSpawner.h"
 #include "tests/Platform/Mac/AppleTest.h"
 #include "tests/apple/doubles/CoreFoundationDouble.h"
 #include "tests/fakes/TestServices.h"

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <thread>
 
-#include "Platform/FileDescriptor.h"
+#include "Platform/Files/FileDescriptor.h"
 
 namespace quillmore::platform {
 namespace {

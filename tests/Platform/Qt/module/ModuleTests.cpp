@@ -4,8 +4,8 @@
 
 #include <clocale>
 
-#include "Platform/MainQueue.h"
-#include "Platform/UserInterfaceModule.h"
+#include "Platform/Interface/UserInterfaceModule.h"
+#include "Platform/Threads/MainQueue.h"
 
 namespace quillmore::platform {
 namespace {

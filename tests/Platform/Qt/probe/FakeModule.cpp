@@ -1,5 +1,5 @@
 // A library that is no module of this version, in one way or another.
-#include "Platform/UserInterfaceModule.h"
+#include "Platform/Interface/UserInterfaceModule.h"
 
 #ifndef FAKE_VERSION
 #define FAKE_VERSION quillmore::platform::kUserInterfaceModuleVersion

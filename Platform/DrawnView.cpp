@@ -1,7 +1,0 @@
-#include "Platform/DrawnView.h"
-
-namespace quillmore::platform {
-
-void DrawnView::drawRect(const Rect&, GraphicsContext&) {}
-
-}  // namespace quillmore::platform

@@ -1,0 +1,91 @@
+#include "Platform/Settings/UserDefaultsFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "Platform/Files/FileManager.h"
+#include "Platform/Formats/PropertyList.h"
+
+namespace quillmore::platform {
+
+namespace {
+
+constexpr mode_t kFileMode = 0600;
+constexpr int kMaximumLinks = 32;
+
+/// Where the links at the end of a path lead, whether or not a file is there yet.
+Result<std::string> pathBehindLinks(std::filesystem::path path) {
+    for (int links = 0; links <= kMaximumLinks; ++links) {
+        std::error_code error;
+        const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+        if (error) return path.string();
+        path = path.parent_path() / target;  // an absolute target takes the place of the whole
+    }
+    return Error::posix(ELOOP);
+}
+
+/// True when the file itself is at fault. Want of descriptors, memory or a working disk says
+/// nothing about the file, which must then stay where it is.
+bool blamesFile(const Error& error) {
+    return error.domain() == kFileErrorDomain ||
+           (error.domain() == kPosixErrorDomain && error.code() == EACCES);
+}
+
+void apply(const DomainChanges& changes, Dictionary& domain) {
+    for (const auto& [key, value] : changes) {
+        if (value) {
+            domain.insert_or_assign(key, *value);
+        } else {
+            domain.erase(key);
+        }
+    }
+}
+
+}  // namespace
+
+Result<Dictionary> readDomainFile(const FileManager& fileManager, const std::string& path) {
+    Result<Value> list = readPropertyList(fileManager, path);
+    if (!list) {
+        const Error& error = list.error();
+        if (error.domain() == kPosixErrorDomain && error.code() == ENOENT) return Dictionary();
+        return error;
+    }
+    if (list->dictionary() == nullptr) return Error::file("is not a dictionary");
+    return *list->dictionary();
+}
+
+Result<MergedDomain> mergeIntoDomainFile(const FileManager& fileManager, const std::string& path,
+                                         const DomainChanges& changes) {
+    const Result<std::string> file = pathBehindLinks(fileManager.hostPath(path));
+    if (!file) return file.error();
+    const FileManager host;  // the path behind a link is the kernel's already
+
+    MergedDomain merged;
+    const Result<Dictionary> current = readDomainFile(host, *file);
+    if (current) {
+        merged.domain = *current;
+    } else if (blamesFile(current.error())) {
+        merged.damage = current.error();
+    } else {
+        return current.error();
+    }
+    apply(changes, merged.domain);
+    if (current && merged.domain == *current) return merged;
+
+    const std::string text = writePropertyList(merged.domain);
+    if (const Result<Value> readBack = parsePropertyList(text); !readBack) return readBack.error();
+    if (text.size() > kMaximumPropertyListBytes)
+        return Error::file("is larger than " + std::to_string(kMaximumPropertyListBytes) +
+                           " bytes");
+    const std::string aside = *file + ".damaged";
+    if (merged.damage && std::rename(file->c_str(), aside.c_str()) != 0) return Error::posix(errno);
+    if (const auto error = host.writeAtomically(*file, text, kFileMode)) {
+        if (merged.damage) std::rename(aside.c_str(), file->c_str());
+        return *error;
+    }
+    return merged;
+}
+
+}  // namespace quillmore::platform

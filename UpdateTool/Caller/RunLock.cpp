@@ -1,0 +1,85 @@
+#include "UpdateTool/Caller/RunLock.h"
+
+#include <sys/file.h>
+
+#include <cerrno>
+
+#include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/Recovery.h"
+#include "UpdateTool/Ground/Failure.h"
+
+namespace quillmore::updatetool {
+
+using platform::FileDescriptor;
+
+namespace {
+
+constexpr const char* kLockFileName = ".updateqm.lock";
+constexpr int kLockFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
+void waitForLock(int file) {
+    int result = 0;
+    do result = ::flock(file, LOCK_EX);
+    while (result != 0 && errno == EINTR);
+    if (result != 0) failWithSystemError(EX_OSERR, "cannot lock the product folder");
+}
+
+/// Whether the file is still the one of that name: a run that changed nothing takes it away.
+bool isStillThere(int folder, int file) {
+    struct stat held {};
+    struct stat named {};
+    return ::fstat(file, &held) == 0 &&
+           ::fstatat(folder, kLockFileName, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
+}  // namespace
+
+RunLock::RunLock(const Context& context, Missing missing) : context_(context) {
+    try {
+        while (!tryToLock(missing)) continue;
+        recover(context_, folder_.get());
+    } catch (...) {
+        takeAwayWhatWasMade();
+        throw;
+    }
+}
+
+RunLock::~RunLock() {
+    if (!kept_) takeAwayWhatWasMade();
+}
+
+bool RunLock::tryToLock(Missing missing) {
+    try {
+        folder_ = missing == Missing::isMade
+                      ? openOrMakeTrustedFolder(context_, kProductFolder, madeFolders_)
+                      : openTrustedFolder(context_, kProductFolder);
+    } catch (const FolderVanished&) {
+        return false;
+    }
+    file_ =
+        FileDescriptor(::openat(folder_.get(), kLockFileName, kLockFlags | O_CREAT | O_EXCL, 0600));
+    madeFile_ = static_cast<bool>(file_);
+    if (!file_ && errno == EEXIST)
+        file_ = FileDescriptor(::openat(folder_.get(), kLockFileName, kLockFlags));
+    // The folder or the file may just have been taken away by the run that made them.
+    if (!file_ && errno == ENOENT) return false;
+    struct stat status {};
+    if (!file_ || ::fstat(file_.get(), &status) != 0)
+        failToOpen(folder_.get(), kLockFileName, std::string(kProductFolder) + "/" + kLockFileName);
+    if (!S_ISREG(status.st_mode) || status.st_uid != context_.owner || status.st_nlink > 1)
+        fail(EX_OSFILE, "the lock of the product folder is not root's own file: remove it");
+    waitForLock(file_.get());
+    return isStillThere(folder_.get(), file_.get());
+}
+
+void RunLock::takeAwayWhatWasMade() {
+    try {
+        if (madeFile_) ::unlinkat(folder_.get(), kLockFileName, 0);
+        removeEmptyFolders(context_, madeFolders_);
+    } catch (...) {
+        // They are harmless, and the reason why nothing was installed is on its way.
+    }
+}
+
+}  // namespace quillmore::updatetool

@@ -1,0 +1,128 @@
+#include "UpdateTool/Commands/InstalledVersions.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <string_view>
+
+#include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Ground/Failure.h"
+#include "UpdateTool/Packages/InfoPropertyList.h"
+
+namespace quillmore::updatetool {
+
+namespace {
+
+constexpr std::string_view kBannerMark = "Limited ";
+constexpr off_t kMaximumInfoSize = 1 << 20;
+constexpr off_t kMaximumToolSize = 1 << 30;
+/// Where bundles and the two layouts of frameworks keep it.
+constexpr const char* kInfoPaths[] = {"Contents/Info.plist", "Resources/Info.plist",
+                                      "Versions/Current/Resources/Info.plist"};
+
+/// A number at the start of the text, which is shortened by it.
+std::optional<std::uint32_t> takeNumber(std::string_view& text) {
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc{}) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return number;
+}
+
+/// "1.15.4 (1856)", "1.15.4.1856", "1.15.4", "1.15": at least two numbers at the start of the text.
+std::optional<Version> parseVersion(std::string_view text) {
+    Version version{};
+    std::size_t count = 0;
+    while (count < version.size()) {
+        const std::optional<std::uint32_t> number = takeNumber(text);
+        if (!number) break;
+        version[count++] = *number;
+        if (text.starts_with(".")) {
+            text.remove_prefix(1);
+        } else if (text.starts_with(" (")) {
+            text.remove_prefix(2);
+            version[3] = takeNumber(text).value_or(0);
+            break;
+        } else {
+            break;
+        }
+    }
+    return count < 2 ? std::nullopt : std::optional(version);
+}
+
+std::string readInfo(int bundle, const char* path) {
+    // Links inside a bundle are followed: frameworks are made of them, and both the staged and the
+    // installed one are root's alone.
+    const platform::FileDescriptor file(::openat(bundle, path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > kMaximumInfoSize)
+        return "";
+    std::string text(static_cast<std::size_t>(status.st_size), '\0');
+    const ssize_t count = ::read(file.get(), text.data(), text.size());
+    return count == status.st_size ? text : "";
+}
+
+std::optional<Version> versionInInfo(const std::string& text) {
+    const auto strings = stringsOfInfo(text);
+    const auto valueOf = [&](const char* key) {
+        const auto found = strings.find(key);
+        return found == strings.end() ? std::string() : found->second;
+    };
+    std::optional<Version> version = parseVersion(valueOf("CFBundleShortVersionString"));
+    const std::string build = valueOf("CFBundleVersion");
+    std::string_view number = build;
+    if (version && !build.empty()) (*version)[3] = takeNumber(number).value_or(0);
+    return version;
+}
+
+}  // namespace
+
+std::optional<Version> versionOfTool(const Bytes& bytes) {
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    for (std::size_t at = text.find(kBannerMark); at != std::string_view::npos;
+         at = text.find(kBannerMark, at + 1)) {
+        const auto version = parseVersion(text.substr(at + kBannerMark.size(), 64));
+        if (version) return version;
+    }
+    return std::nullopt;
+}
+
+std::optional<Version> versionOfInstalledTool(int folder, const std::string& name) {
+    const platform::FileDescriptor file(
+        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size > kMaximumToolSize)
+        return std::nullopt;
+    Bytes bytes(static_cast<std::size_t>(status.st_size));
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::read(file.get(), bytes.data() + done, bytes.size() - done);
+        if (count <= 0) failWithSystemError(EX_IOERR, "cannot read the installed " + quoted(name));
+        done += static_cast<std::size_t>(count);
+    }
+    return versionOfTool(bytes);
+}
+
+std::optional<Version> versionOfBundle(const Context& context, int parent,
+                                       const std::string& name) {
+    const platform::FileDescriptor bundle(::openat(parent, name.c_str(), kFolderFlags));
+    struct stat status {};
+    if (!bundle || ::fstat(bundle.get(), &status) != 0 || !isTrusted(context, status))
+        return std::nullopt;
+    for (const char* path : kInfoPaths)
+        if (const auto version = versionInInfo(readInfo(bundle.get(), path))) return version;
+    return std::nullopt;
+}
+
+void requireNotOlder(const std::optional<Version>& incoming,
+                     const std::optional<Version>& installed, const std::string& shown) {
+    if (!installed) return;
+    if (!incoming) fail(EX_DATAERR, quoted(shown) + " has no version; the installed one has");
+    if (*incoming < *installed)
+        fail(EX_DATAERR, quoted(shown) + " is older than the installed one");
+}
+
+}  // namespace quillmore::updatetool

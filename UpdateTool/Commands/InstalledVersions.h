@@ -1,0 +1,31 @@
+// Nothing is replaced by something older: a signature stays valid for ever, and an old signed item
+// with a fault that has been mended since would bring the fault back.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "UpdateTool/Packages/Packages.h"
+
+namespace quillmore::updatetool {
+
+/// Up to four numbers, missing ones 0: "1.15.4" with build 1856.
+using Version = std::array<std::uint32_t, 4>;
+
+/// The version in a tool's banner: "Limited 1.15.4 (1856)". Nothing without a banner.
+std::optional<Version> versionOfTool(const Bytes& bytes);
+/// The same of the installed one; it is read, never run.
+std::optional<Version> versionOfInstalledTool(int folder, const std::string& name);
+/// "CFBundleShortVersionString" and "CFBundleVersion" of a bundle or framework. Nothing when there
+/// is no readable property list or version, and for a bundle that others than root can change: it
+/// may say, and lead to, what they like.
+std::optional<Version> versionOfBundle(const Context& context, int parent, const std::string& name);
+
+/// Fails (EX_DATAERR) when the installed item has a version and the new one has none or a lower
+/// one.
+void requireNotOlder(const std::optional<Version>& incoming,
+                     const std::optional<Version>& installed, const std::string& shown);
+
+}  // namespace quillmore::updatetool

@@ -1,0 +1,116 @@
+#include "UpdateTool/Disk/Trees.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+
+#include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Ground/Failure.h"
+
+namespace quillmore::updatetool {
+
+using platform::FileDescriptor;
+
+namespace {
+
+/// Archives are refused long before they are as deep; each level holds a descriptor.
+constexpr int kMaximumDepth = 100;
+/// Four times what an archive may hold, and no more than others may be kept waiting for.
+constexpr std::size_t kMaximumRemovals = 200'000;
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+/// What an installed tool's rights were ends with it, also under a second name that somebody gave
+/// it.
+void takeBitsAway(int folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(status.st_mode) || (status.st_mode & (S_ISUID | S_ISGID)) == 0)
+        return;
+    const FileDescriptor file(
+        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (file) ::fchmod(file.get(), status.st_mode & 0777);
+}
+
+class Removal {
+public:
+    explicit Removal(const Context& context) : context_(context) {}
+
+    bool remove(int parent, const struct stat& above, const std::string& name, int depth) {
+        if (depth > kMaximumDepth || left_ == 0) return false;
+        --left_;
+        if (isTrusted(context_, above)) takeBitsAway(parent, name);
+        if (::unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT) return true;
+        const FileDescriptor folder(::openat(parent, name.c_str(), kFolderFlags));
+        struct stat status {};
+        if (!folder || ::fstat(folder.get(), &status) != 0 || !belongs(status, above)) return false;
+        for (const std::string& child : namesIn(folder.get(), left_).value_or(Names()))
+            remove(folder.get(), status, child, depth + 1);
+        return ::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0;
+    }
+
+private:
+    /// What is in a folder that root alone may write, root has put there. Into another one somebody
+    /// may have moved a third one's, or mounted what they like.
+    bool belongs(const struct stat& folder, const struct stat& above) const {
+        return folder.st_dev == above.st_dev &&
+               (folder.st_uid == above.st_uid || isTrusted(context_, above));
+    }
+
+    const Context& context_;
+    std::size_t left_ = kMaximumRemovals;
+};
+
+}  // namespace
+
+std::optional<Names> namesIn(int folder, std::size_t maximum) {
+    FileDescriptor own(::openat(folder, ".", kFolderFlags));
+    const std::unique_ptr<DIR, CloseFolder> stream(own ? ::fdopendir(own.get()) : nullptr);
+    if (stream == nullptr) return std::nullopt;
+    own.release();
+    Names names;
+    while (const dirent* entry = names.size() < maximum ? ::readdir(stream.get()) : nullptr) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(name);
+    }
+    return names;
+}
+
+bool removeTree(const Context& context, int parent, const std::string& name) {
+    struct stat above {};
+    return ::fstat(parent, &above) == 0 && Removal(context).remove(parent, above, name, 0);
+}
+
+void writeAll(int file, const void* bytes, std::size_t size, const std::string& shown) {
+    const char* start = static_cast<const char*>(bytes);
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count = ::write(file, start + done, size - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(shown));
+        done += static_cast<std::size_t>(count);
+    }
+}
+
+void finishFile(const Context& context, int file, mode_t mode, const std::string& shown) {
+    // The owner first: changing it takes set-user-ID bits away.
+    if (::fchown(file, context.owner, context.group) != 0 || ::fchmod(file, mode) != 0 ||
+        ::fsync(file) != 0)
+        failWithSystemError(EX_CANTCREAT, "cannot finish " + quoted(shown));
+}
+
+void writeFile(const Context& context, int folder, const std::string& name, const Bytes& bytes,
+               mode_t mode) {
+    const FileDescriptor file(::openat(folder, name.c_str(), kNewFileFlags, 0600));
+    if (!file) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(name));
+    writeAll(file.get(), bytes.data(), bytes.size(), name);
+    finishFile(context, file.get(), mode, name);
+}
+
+}  // namespace quillmore::updatetool

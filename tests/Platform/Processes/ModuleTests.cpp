@@ -1,0 +1,110 @@
+#include "Platform/Processes/Module.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "tests/Platform/Files/TemporaryFiles.h"
+#include "tests/Platform/Processes/probe/TestModule.h"
+
+namespace quillmore::tests {
+namespace {
+
+using testing::HasSubstr;
+
+class Module : public testing::Test {
+protected:
+    /// Lays a library where the module is looked for: one that no other test has opened.
+    void lay(const char* library) const { std::filesystem::copy_file(library, path); }
+    const TestAgreement* open() { return module.open(problem); }
+    bool isMapped() const { return ::dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD) != nullptr; }
+
+    TemporaryFiles temporary;
+    const std::string path = temporary.host("/module");
+    platform::Module<TestAgreement> module{path, kTestEntryPoint, kTestVersion};
+    std::string problem = "left from before";
+};
+
+TEST_F(Module, AgreementIsWhatTheEntryPointGives) {
+    lay(QUILLMORE_TEST_MODULE);
+    const TestAgreement* const agreement = open();
+    ASSERT_NE(agreement, nullptr) << problem;
+    EXPECT_EQ(agreement->version, kTestVersion);
+    EXPECT_EQ(problem, "left from before");
+}
+
+TEST_F(Module, LibraryIsMappedByTheFirstOpeningOnlyAndStays) {
+    lay(QUILLMORE_TEST_MODULE);
+    {
+        platform::Module<TestAgreement> passing(path, kTestEntryPoint, kTestVersion);
+        EXPECT_FALSE(isMapped());
+        ASSERT_NE(passing.open(problem), nullptr) << problem;
+    }
+    EXPECT_TRUE(isMapped());
+}
+
+TEST_F(Module, EntryPointIsAskedOnce) {
+    lay(QUILLMORE_TEST_MODULE);
+    const TestAgreement* const agreement = open();
+    ASSERT_NE(agreement, nullptr) << problem;
+    EXPECT_EQ(open(), agreement);
+    EXPECT_EQ(agreement->timesAsked, 1);
+}
+
+TEST_F(Module, MissingLibraryIsSaidByItsPath) {
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_THAT(problem, HasSubstr(path));
+    EXPECT_THAT(problem, testing::Not(HasSubstr("version")));
+}
+
+TEST_F(Module, FileThatIsNoLibraryIsSaidByItsPath) {
+    temporary.makeFile("/module", "text");
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_THAT(problem, HasSubstr(path));
+    EXPECT_THAT(problem, testing::Not(HasSubstr("version")));
+}
+
+TEST_F(Module, AnotherVersionIsRefused) {
+    lay(QUILLMORE_TEST_MODULE_OF_ANOTHER_VERSION);
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_EQ(problem, path + ": is not of this version");
+}
+
+TEST_F(Module, LibraryWithoutTheEntryPointIsRefused) {
+    lay(QUILLMORE_TEST_MODULE_WITHOUT_ENTRY_POINT);
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_EQ(problem, path + ": is not of this version");
+}
+
+TEST_F(Module, EntryPointThatGivesNothingIsRefused) {
+    lay(QUILLMORE_TEST_MODULE_WITHOUT_AGREEMENT);
+    EXPECT_EQ(open(), nullptr);
+    EXPECT_EQ(problem, path + ": is not of this version");
+}
+
+TEST_F(Module, FailureIsTriedAgain) {
+    EXPECT_EQ(open(), nullptr);
+    lay(QUILLMORE_TEST_MODULE);
+    EXPECT_NE(open(), nullptr) << problem;
+}
+
+TEST_F(Module, ThreadsThatOpenItTogetherGetTheSame) {
+    lay(QUILLMORE_TEST_MODULE);
+    std::vector<const TestAgreement*> agreements(4);
+    std::vector<std::thread> threads;
+    for (const TestAgreement*& agreement : agreements)
+        threads.emplace_back([this, &agreement] {
+            std::string own;
+            agreement = module.open(own);
+        });
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_NE(agreements.front(), nullptr);
+    EXPECT_THAT(agreements, testing::Each(agreements.front()));
+    EXPECT_EQ(agreements.front()->timesAsked, 1);
+}
+
+}  // namespace
+}  // namespace quillmore::tests
