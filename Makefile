@@ -50,7 +50,7 @@ fuzz: setup
 
 lint:
 	@Packaging/setup --lint
-	@lint/portable-rings
+	@lint/layers
 	@lint/format-check
 	@$(call configure,dev)
 	@lint/tidy build/dev

@@ -79,9 +79,4 @@ private:
 /// the executable does not lie in a bundle.
 std::optional<std::string> bundlePathOfExecutable(std::string_view executablePath);
 
-/// The user's languages, most wanted first: "AppleLanguages" of the defaults is the caller's
-/// business; this reads LANGUAGE, LC_ALL, LC_MESSAGES and LANG as the C library does ("de_AT.UTF-8"
-/// -> "de-AT").
-std::vector<std::string> languagesOfEnvironment();
-
 }  // namespace quillmore::platform

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "Platform/Settings/Bundle.h"
 #include "Platform/Settings/UserDefaults.h"
+#include "Platform/Values/LanguageTags.h"
 
 namespace quillmore::platform {
 

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "Platform/Settings/Bundle.h"
-
 namespace quillmore::platform {
 
 namespace {

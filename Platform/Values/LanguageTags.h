@@ -17,4 +17,8 @@ std::string canonicalLanguage(std::string_view language);
 std::vector<std::string> namesForLanguage(std::string_view language,
                                           const std::vector<std::string>& available);
 
+/// The environment's languages, most wanted first: LANGUAGE, LC_ALL, LC_MESSAGES and LANG as the C
+/// library reads them ("de_AT.UTF-8" -> "de-AT").
+std::vector<std::string> languagesOfEnvironment();
+
 }  // namespace quillmore::platform

@@ -4,9 +4,9 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
-#include "UpdateTool/Caller/RunLock.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
 #include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Staging.h"
 #include "UpdateTool/Disk/Targets.h"
 #include "UpdateTool/Disk/TreeWriter.h"

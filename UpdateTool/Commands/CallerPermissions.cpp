@@ -7,9 +7,9 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
-#include "UpdateTool/Caller/RunLock.h"
 #include "UpdateTool/Commands/Permissions.h"
 #include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Trees.h"
 #include "UpdateTool/Ground/Failure.h"
 

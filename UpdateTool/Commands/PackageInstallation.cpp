@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "UpdateTool/Caller/Caller.h"
-#include "UpdateTool/Caller/RunLock.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
 #include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Targets.h"
 #include "UpdateTool/Disk/TreeWriter.h"
 #include "UpdateTool/Ground/Failure.h"

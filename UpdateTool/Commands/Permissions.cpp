@@ -6,9 +6,9 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
-#include "UpdateTool/Caller/RunLock.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
+#include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Targets.h"
 #include "UpdateTool/Ground/Failure.h"
 

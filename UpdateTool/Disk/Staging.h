@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "Platform/Files/FileDescriptor.h"
-#include "UpdateTool/Caller/RunLock.h"
 #include "UpdateTool/Disk/Journal.h"
+#include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Ground/Context.h"
 
 namespace quillmore::updatetool {

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "UpdateTool/Ground/Context.h"
-#include "UpdateTool/Packages/Packages.h"
 
 namespace quillmore::updatetool {
 

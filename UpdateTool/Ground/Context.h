@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +12,8 @@ namespace quillmore::updatetool {
 
 /// What follows the program's name, or the command word, on a command line.
 using Arguments = std::vector<std::string>;
+/// A whole file in memory.
+using Bytes = std::vector<std::uint8_t>;
 
 struct Context {
     /// Put before every path; "" in the program, and nothing outside a test may set another.

@@ -14,8 +14,6 @@
 
 namespace quillmore::updatetool {
 
-using Bytes = std::vector<std::uint8_t>;
-
 /// What a package is signed for: see PackageLabel.h.
 struct Purpose {
     std::string command;

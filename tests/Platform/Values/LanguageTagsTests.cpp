@@ -6,8 +6,6 @@
 #include <map>
 #include <optional>
 
-#include "Platform/Settings/Bundle.h"
-
 namespace quillmore::tests {
 namespace {
 

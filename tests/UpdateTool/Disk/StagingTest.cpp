@@ -4,8 +4,8 @@
 #include <sys/file.h>
 
 #include "UpdateTool/Caller/AuditTrail.h"
-#include "UpdateTool/Caller/RunLock.h"
 #include "UpdateTool/Disk/Exchange.h"
+#include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Trees.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 

@@ -1,4 +1,4 @@
-#include "UpdateTool/Caller/RunLock.h"
+#include "UpdateTool/Disk/RunLock.h"
 
 #include <sys/file.h>
 
