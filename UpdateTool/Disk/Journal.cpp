@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <sstream>
 
-#include "UpdateTool/Disk/Books.h"
+#include "UpdateTool/Disk/OwnFiles.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Targets.h"
 #include "UpdateTool/Ground/Failure.h"
@@ -57,16 +57,16 @@ JournalEntry parse(const std::string& text) {
 }  // namespace
 
 void writeJournal(const Context& context, int productFolder, const JournalEntry& entry) {
-    writeBook(context, productFolder, kFileName, textOf(entry));
+    writeOwnFile(context, productFolder, kFileName, textOf(entry));
 }
 
 std::optional<JournalEntry> readJournal(const Context& context, int productFolder) {
-    const auto text = readBook(context, productFolder, kFileName);
+    const auto text = readOwnFile(context, productFolder, kFileName);
     return text ? std::optional(parse(*text)) : std::nullopt;
 }
 
 void removeJournal(int productFolder) {
-    removeBook(productFolder, kFileName);
+    removeOwnFile(productFolder, kFileName);
 }
 
 }  // namespace quillmore::updatetool

@@ -3,7 +3,7 @@
 #include <new>
 #include <sstream>
 
-#include "UpdateTool/Disk/Books.h"
+#include "UpdateTool/Disk/OwnFiles.h"
 #include "UpdateTool/Disk/Paths.h"
 
 namespace quillmore::updatetool {
@@ -14,7 +14,7 @@ constexpr const char* kFileName = ".receipts";
 
 Receipts::Receipts(const Context& context, int productFolder)
     : context_(context), folder_(productFolder) {
-    std::istringstream lines(readBook(context, folder_, kFileName).value_or(""));
+    std::istringstream lines(readOwnFile(context, folder_, kFileName).value_or(""));
     for (std::string line; std::getline(lines, line);) names_.insert(folded(line));
     if (lines.bad()) throw std::bad_alloc();  // which a stream keeps to itself
 }
@@ -34,9 +34,9 @@ void Receipts::apply(ReceiptChange change, const std::string& name) {
     std::string text;
     for (const std::string& each : changed) text += each + "\n";
     if (text.empty()) {
-        removeBook(folder_, kFileName);
+        removeOwnFile(folder_, kFileName);
     } else {
-        writeBook(context_, folder_, kFileName, text);
+        writeOwnFile(context_, folder_, kFileName, text);
     }
     names_ = std::move(changed);
 }

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Platform/Files/FileDescriptor.h"
-#include "UpdateTool/Disk/Books.h"
 #include "UpdateTool/Disk/Journal.h"
+#include "UpdateTool/Disk/OwnFiles.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
 #include "UpdateTool/Disk/Staging.h"
@@ -87,7 +87,7 @@ void finishOrUndo(const Context& context, int productFolder, const JournalEntry&
 }  // namespace
 
 void recover(const Context& context, int productFolder) {
-    removeUnfinishedBooks(context, productFolder);
+    removeUnfinishedOwnFiles(context, productFolder);
     const auto entry = readJournal(context, productFolder);
     if (!entry) return;
     const std::size_t depth = componentsOf(entry->folder).size();

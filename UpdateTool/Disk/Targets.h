@@ -1,5 +1,5 @@
 // Where each kind of item may go, and which modes it may get: all that this program ever writes
-// outside its own books is in one table.
+// outside its own files is in one table.
 #pragma once
 
 #include <sys/types.h>

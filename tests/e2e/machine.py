@@ -44,11 +44,11 @@ ITEMS = {
     "Fixes10_5": {f"{PRODUCT}/Fixes10_5": "drwxr-xr-x",
                   **_bundle(f"{PRODUCT}/Fixes10_5/QuillmoreFixes.bundle")},
 }
-# Folders that may stand empty, and the update tool's own books.
+# Folders that may stand empty, and the update tool's own files.
 FOLDERS = {f"/Library/{name}" for name in (
     "Logs", "Frameworks", "Filesystems", "Contextual Menu Items", "Application Support",
     "Application Support/Quillmore", "Application Support/SIMBL", "Application Support/SIMBL/Plugins")}
-BOOKS = {f"{PRODUCT}/.updateqm.lock", f"{PRODUCT}/.receipts"}
+OWN_FILES = {f"{PRODUCT}/.updateqm.lock", f"{PRODUCT}/.receipts"}
 
 
 class Machine:
@@ -196,14 +196,14 @@ class Machine:
     def installed(self):
         """Every path in /Library with its mode; what is not root's has its owner appended."""
         return {path: mode for path, mode in _tree("/Library")
-                if path not in BOOKS and (path not in FOLDERS or mode != "drwxr-xr-x")}
+                if path not in OWN_FILES and (path not in FOLDERS or mode != "drwxr-xr-x")}
 
     def state(self, *paths):
         """All that could be noticed about what lies under the paths, to be compared later."""
         seen = {}
         for top in paths or ["/Library"]:
             for path, mode in _tree(top):
-                if path in BOOKS:
+                if path in OWN_FILES:
                     continue
                 content = pathlib.Path(path).read_bytes() if mode.startswith("-") else b""
                 seen[path] = mode, hashlib.sha256(content).hexdigest()

@@ -91,9 +91,9 @@ protected:
         State result;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path())) {
             const std::string path = entry.path().string().substr(folder.path().size());
-            const bool isBook = path.ends_with(".updateqm.lock") || path == "/Library" ||
-                                path == "/Library/Application Support" || path == kProduct;
-            if (path.starts_with("/in/") || isBook) continue;
+            const bool isOwnFile = path.ends_with(".updateqm.lock") || path == "/Library" ||
+                                   path == "/Library/Application Support" || path == kProduct;
+            if (path.starts_with("/in/") || isOwnFile) continue;
             result[path] =
                 std::to_string(modeOf(path)) + (entry.is_regular_file() ? read(path) : "");
         }

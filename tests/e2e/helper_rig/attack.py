@@ -26,8 +26,8 @@ TOOL = f"{PRODUCT}/updateqm"
 STAGING = ".quillmore-staging"
 MENU_ITEMS = "/Library/Contextual Menu Items"
 LOG = "/var/log/updateqm.log"
-# The tool's own books come and go; everything else is looked at.
-BOOKS = {f"{PRODUCT}/.updateqm.lock", LOG, f"{LOG}.1"}
+# The tool's own files come and go; everything else is looked at.
+OWN_FILES = {f"{PRODUCT}/.updateqm.lock", LOG, f"{LOG}.1"}
 
 
 class AttackTest(SandboxedTest):
@@ -149,7 +149,7 @@ class AttackTest(SandboxedTest):
                 # The repository is mounted into the machine, perhaps below one of these.
                 names[:] = [name for name in names if os.lstat(os.path.join(folder, name)).st_dev == volume]
                 for path in (os.path.join(folder, name) for name in names + files):
-                    if path not in BOOKS:
+                    if path not in OWN_FILES:
                         seen[path] = _seen(path)
         return seen
 

@@ -73,7 +73,7 @@ class Links(AttackTest):
             self.assertEqual(pathlib.Path(SECRET).read_text(encoding="ascii"), "precious\n")
 
     def links_to_a_file_of_roots(self, name):
-        """A link and then a second name, both in place of one of the tool's books."""
+        """A link and then a second name, both in place of one of the tool's own files."""
         pathlib.Path("/Library/precious").write_text("updateqm journal 1\n", encoding="ascii")
         os.chmod("/Library/precious", 0o600)
         for make in (os.symlink, os.link):
@@ -101,7 +101,7 @@ class Links(AttackTest):
         for _ in self.links_to_a_file_of_roots(f"{PRODUCT}/.updateqm.lock"):
             self.expect_refused(*self.install)
 
-    def test_unfinished_book_that_is_a_link_is_not_written_through(self):
+    def test_unfinished_own_file_that_is_a_link_is_not_written_through(self):
         os.symlink(SECRET, f"{PRODUCT}/.book.new")
         self.expect_installed(self.tool(*self.install))
 

@@ -1,4 +1,4 @@
-#include "UpdateTool/Disk/Books.h"
+#include "UpdateTool/Disk/OwnFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,7 +18,8 @@ constexpr const char* kUnfinishedName = ".book.new";
 constexpr off_t kMaximumSize = 1 << 20;
 }  // namespace
 
-std::optional<std::string> readBook(const Context& context, int folder, const std::string& name) {
+std::optional<std::string> readOwnFile(const Context& context, int folder,
+                                       const std::string& name) {
     const platform::FileDescriptor file(
         ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file && errno == ENOENT) return std::nullopt;
@@ -35,21 +36,21 @@ std::optional<std::string> readBook(const Context& context, int folder, const st
     return text;
 }
 
-void writeBook(const Context& context, int folder, const std::string& name,
-               const std::string& text) {
-    removeUnfinishedBooks(context, folder);
+void writeOwnFile(const Context& context, int folder, const std::string& name,
+                  const std::string& text) {
+    removeUnfinishedOwnFiles(context, folder);
     try {
         writeFile(context, folder, kUnfinishedName, Bytes(text.begin(), text.end()), 0600);
         if (::renameat(folder, kUnfinishedName, folder, name.c_str()) != 0 || ::fsync(folder) != 0)
             failWithSystemError(EX_CANTCREAT,
                                 "cannot write " + quoted(name) + " of the product folder");
     } catch (...) {
-        removeUnfinishedBooks(context, folder);
+        removeUnfinishedOwnFiles(context, folder);
         throw;
     }
 }
 
-void removeBook(int folder, const std::string& name) {
+void removeOwnFile(int folder, const std::string& name) {
     if (::unlinkat(folder, name.c_str(), 0) != 0) {
         if (errno == ENOENT) return;
         failWithSystemError(EX_IOERR, "cannot remove " + quoted(name) + " of the product folder");
@@ -58,7 +59,7 @@ void removeBook(int folder, const std::string& name) {
         failWithSystemError(EX_IOERR, "cannot write the product folder to disk");
 }
 
-void removeUnfinishedBooks(const Context& context, int folder) {
+void removeUnfinishedOwnFiles(const Context& context, int folder) {
     removeTree(context, folder, kUnfinishedName);
 }
 
