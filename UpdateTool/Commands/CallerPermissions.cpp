@@ -10,7 +10,7 @@
 #include "UpdateTool/Commands/Permissions.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
-#include "UpdateTool/Disk/Trees.h"
+#include "UpdateTool/Disk/TreeRemoval.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {

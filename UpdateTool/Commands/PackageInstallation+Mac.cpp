@@ -7,7 +7,8 @@
 #include <cerrno>
 
 #include "UpdateTool/Commands/PackageInstallation.h"
-#include "UpdateTool/Disk/Trees.h"
+#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/TreeRemoval.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {

@@ -2,11 +2,11 @@
 
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
+#include "UpdateTool/Disk/NewFiles.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Staging.h"
 #include "UpdateTool/Disk/Targets.h"
-#include "UpdateTool/Disk/Trees.h"
 #include "UpdateTool/Ground/Failure.h"
 #include "UpdateTool/Packages/Packages.h"
 

@@ -7,8 +7,9 @@
 #include <cerrno>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/NewFiles.h"
 #include "UpdateTool/Disk/Paths.h"
-#include "UpdateTool/Disk/Trees.h"
+#include "UpdateTool/Disk/TreeRemoval.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {

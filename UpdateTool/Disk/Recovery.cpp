@@ -11,7 +11,7 @@
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
 #include "UpdateTool/Disk/Staging.h"
-#include "UpdateTool/Disk/Trees.h"
+#include "UpdateTool/Disk/TreeRemoval.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {

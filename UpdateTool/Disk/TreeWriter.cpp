@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/NewFiles.h"
 #include "UpdateTool/Disk/Paths.h"
-#include "UpdateTool/Disk/Trees.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {

@@ -5,8 +5,8 @@
 
 #include "UpdateTool/Caller/AuditTrail.h"
 #include "UpdateTool/Disk/Exchange.h"
+#include "UpdateTool/Disk/NewFiles.h"
 #include "UpdateTool/Disk/RunLock.h"
-#include "UpdateTool/Disk/Trees.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 
 namespace quillmore::tests {

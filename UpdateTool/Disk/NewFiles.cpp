@@ -1,0 +1,40 @@
+#include "UpdateTool/Disk/NewFiles.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Ground/Failure.h"
+
+namespace quillmore::updatetool {
+
+using platform::FileDescriptor;
+
+void writeAll(int file, const void* bytes, std::size_t size, const std::string& shown) {
+    const char* start = static_cast<const char*>(bytes);
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count = ::write(file, start + done, size - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(shown));
+        done += static_cast<std::size_t>(count);
+    }
+}
+
+void finishFile(const Context& context, int file, mode_t mode, const std::string& shown) {
+    // The owner first: changing it takes set-user-ID bits away.
+    if (::fchown(file, context.owner, context.group) != 0 || ::fchmod(file, mode) != 0 ||
+        ::fsync(file) != 0)
+        failWithSystemError(EX_CANTCREAT, "cannot finish " + quoted(shown));
+}
+
+void writeFile(const Context& context, int folder, const std::string& name, const Bytes& bytes,
+               mode_t mode) {
+    const FileDescriptor file(::openat(folder, name.c_str(), kNewFileFlags, 0600));
+    if (!file) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(name));
+    writeAll(file.get(), bytes.data(), bytes.size(), name);
+    finishFile(context, file.get(), mode, name);
+}
+
+}  // namespace quillmore::updatetool
