@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "UpdateTool/Ground/Failure.h"
+#include "UpdateTool/Packages/CpioPayloads.h"
 #include "UpdateTool/Packages/FlatPackages.h"
 #include "fuzz/ArchiveChecks.h"
 

@@ -1,4 +1,5 @@
-// The two commands of Permissions.h about files that are the caller's own as a rule.
+#include "UpdateTool/Commands/CallerPermissions.h"
+
 #include <unistd.h>
 
 #include <limits>
@@ -7,7 +8,6 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
-#include "UpdateTool/Commands/Permissions.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/TreeRemoval.h"

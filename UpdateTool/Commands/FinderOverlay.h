@@ -18,7 +18,4 @@ inline constexpr const char* kFinderOverlayName = "QuillmoreOverlay.bundle";
 int runFinderOverlayCommand(const Context& context, const std::vector<std::string>& commandLine,
                             std::ostream& errors);
 
-/// Asks the Finder; fails (EX_UNAVAILABLE) when it does not run or declines.
-void insertIntoFinder();
-
 }  // namespace quillmore::updatetool

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "UpdateTool/Packages/Packages.h"
+#include "UpdateTool/Ground/Context.h"
 
 namespace quillmore::updatetool {
 

@@ -5,6 +5,7 @@
 
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/BundleInstallation.h"
+#include "UpdateTool/Commands/CallerPermissions.h"
 #include "UpdateTool/Commands/PackageInstallation.h"
 #include "UpdateTool/Commands/Permissions.h"
 #include "UpdateTool/Commands/ToolInstallation.h"

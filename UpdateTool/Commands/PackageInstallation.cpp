@@ -9,6 +9,7 @@
 #include "UpdateTool/Disk/Targets.h"
 #include "UpdateTool/Disk/TreeWriter.h"
 #include "UpdateTool/Ground/Failure.h"
+#include "UpdateTool/Packages/CpioPayloads.h"
 #include "UpdateTool/Packages/FlatPackages.h"
 
 namespace quillmore::updatetool {

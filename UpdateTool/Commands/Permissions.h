@@ -1,4 +1,4 @@
-// Commands that change modes and owners only.
+// Commands that give the installed tools their owners and modes back.
 #pragma once
 
 #include "UpdateTool/Ground/Context.h"
@@ -11,9 +11,5 @@ void repairPermissions(const Context& context, const Arguments& arguments);
 void repairPermissionsOther(const Context& context, const Arguments& arguments);
 /// "repairpermissionsotherroot NAME": the installed root tool is 04755 again.
 void repairPermissionsOtherRoot(const Context& context, const Arguments& arguments);
-/// "repaircore PATH": the core application's folder is 0755 again.
-void repairCore(const Context& context, const Arguments& arguments);
-/// "fixmonokeypairs PATH": the caller's key pairs are the caller's alone.
-void fixMonoKeypairs(const Context& context, const Arguments& arguments);
 
 }  // namespace quillmore::updatetool

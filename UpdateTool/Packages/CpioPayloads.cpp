@@ -1,5 +1,5 @@
-// The payload of a flat package: cpio in its two portable forms, with numbers in octal digits
-// ("odc") or hexadecimal ones ("newc"), inside gzip.
+#include "UpdateTool/Packages/CpioPayloads.h"
+
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -9,7 +9,6 @@
 
 #include "UpdateTool/Ground/Failure.h"
 #include "UpdateTool/Packages/EntryNames.h"
-#include "UpdateTool/Packages/FlatPackages.h"
 #include "UpdateTool/Packages/Inflater.h"
 
 namespace quillmore::updatetool {

@@ -5,8 +5,7 @@
 
 #include <string>
 
-#include "UpdateTool/Ground/ArchiveEntries.h"
-#include "UpdateTool/Packages/Packages.h"
+#include "UpdateTool/Ground/Context.h"
 
 namespace quillmore::updatetool {
 
@@ -17,10 +16,5 @@ struct FlatPackage {
 
 /// Fails (EX_DATAERR) when it is no such package.
 FlatPackage readFlatPackage(const Bytes& package);
-
-/// Looks at the whole payload; only then hands its entries to `take`. Returns the name of the one
-/// folder at its top. Fails (EX_DATAERR) for names that EntryNames refuses, hard links, devices,
-/// links that are absolute or lead upwards, and an expansion that no honest package has.
-std::string readPayload(const Bytes& payload, const TakeEntry& take);
 
 }  // namespace quillmore::updatetool

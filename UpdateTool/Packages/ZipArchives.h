@@ -5,8 +5,8 @@
 #include <string>
 
 #include "UpdateTool/Ground/ArchiveEntries.h"
+#include "UpdateTool/Ground/Context.h"
 #include "UpdateTool/Packages/EntryNames.h"
-#include "UpdateTool/Packages/Packages.h"
 
 namespace quillmore::updatetool {
 
