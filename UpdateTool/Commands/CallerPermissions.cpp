@@ -25,16 +25,16 @@ constexpr std::string_view kKeypairsEnding = "/.config/.mono/keypairs";
 constexpr mode_t kKeypairsMode = 0700;
 constexpr mode_t kKeypairMode = 0600;
 
-struct stat examine(int folder, const std::string& name, const std::string& shown) {
+struct stat examine(int folder, const std::string& name, const std::string& path) {
     struct stat status {};
     if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        failWithSystemError(EX_NOINPUT, "cannot examine " + quoted(shown));
+        failWithSystemError(EX_NOINPUT, "cannot examine " + quoted(path));
     return status;
 }
 
-void setMode(int folder, const std::string& name, mode_t mode, const std::string& shown) {
+void setMode(int folder, const std::string& name, mode_t mode, const std::string& path) {
     if (::fchmodat(folder, name.c_str(), mode, AT_SYMLINK_NOFOLLOW) != 0)
-        failWithSystemError(EX_NOPERM, "cannot change the permissions of " + quoted(shown));
+        failWithSystemError(EX_NOPERM, "cannot change the permissions of " + quoted(path));
 }
 
 /// With the caller's rights; false when the folder is not the caller's. It is changed by its name
@@ -42,7 +42,7 @@ void setMode(int folder, const std::string& name, mode_t mode, const std::string
 /// in its place meanwhile, the caller could have changed without this program.
 bool repairOwnCore(const Context& context, const std::string& path) {
     const SplitPath split = splitPath(path);
-    const FileDescriptor folder = openWayTo(context, split.folder, path);
+    const FileDescriptor folder = openUntrustedFolder(context, split.folder, path);
     const struct stat status = examine(folder.get(), split.name, path);
     if (!S_ISDIR(status.st_mode))
         fail(EX_NOINPUT, quoted(path) + " is not a folder: name the application itself");
@@ -76,17 +76,17 @@ struct KeyPair {
     mode_t mode = 0;
 };
 
-std::vector<KeyPair> keyPairsIn(int folder, const Context& context, const std::string& shown) {
+std::vector<KeyPair> keyPairsIn(int folder, const Context& context, const std::string& path) {
     std::vector<KeyPair> keyPairs;
     const auto names = namesIn(folder, std::numeric_limits<std::size_t>::max());
-    if (!names) failWithSystemError(EX_NOINPUT, "cannot list " + quoted(shown));
+    if (!names) failWithSystemError(EX_NOINPUT, "cannot list " + quoted(path));
     for (const std::string& name : *names) {
-        const struct stat status = examine(folder, name, shown);
+        const struct stat status = examine(folder, name, path);
         if (!S_ISREG(status.st_mode)) continue;
         if (status.st_uid != context.callerUser)
-            fail(EX_NOPERM, "a key pair in " + quoted(shown) + " belongs to another user");
+            fail(EX_NOPERM, "a key pair in " + quoted(path) + " belongs to another user");
         if (status.st_nlink != 1)
-            fail(EX_NOPERM, "a key pair in " + quoted(shown) +
+            fail(EX_NOPERM, "a key pair in " + quoted(path) +
                                 " has a second name (a hard link): use a copy of it");
         keyPairs.push_back({name, status.st_mode & 07777});
     }
@@ -94,11 +94,11 @@ std::vector<KeyPair> keyPairsIn(int folder, const Context& context, const std::s
 }
 
 /// All of them or none.
-void makePrivate(int folder, const std::vector<KeyPair>& keyPairs, const std::string& shown) {
+void makePrivate(int folder, const std::vector<KeyPair>& keyPairs, const std::string& path) {
     std::size_t done = 0;
     try {
         for (; done < keyPairs.size(); ++done)
-            setMode(folder, keyPairs[done].name, kKeypairMode, shown + "/" + keyPairs[done].name);
+            setMode(folder, keyPairs[done].name, kKeypairMode, path + "/" + keyPairs[done].name);
     } catch (...) {
         while (done-- > 0)
             ::fchmodat(folder, keyPairs[done].name.c_str(), keyPairs[done].mode,
@@ -122,7 +122,7 @@ void fixMonoKeypairs(const Context& context, const Arguments& arguments) {
     if (!path.ends_with(kKeypairsEnding))
         fail(EX_USAGE, quoted(path) + " is not a folder of key pairs");
     becomeCaller(context);
-    const FileDescriptor parent = openWayTo(context, split.folder, path);
+    const FileDescriptor parent = openUntrustedFolder(context, split.folder, path);
     const struct stat before = examine(parent.get(), split.name, path);
     if (!S_ISDIR(before.st_mode)) fail(EX_NOINPUT, quoted(path) + " is not a folder");
     if (before.st_uid != context.callerUser)

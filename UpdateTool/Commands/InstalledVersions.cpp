@@ -118,11 +118,10 @@ std::optional<Version> versionOfBundle(const Context& context, int parent,
 }
 
 void requireNotOlder(const std::optional<Version>& incoming,
-                     const std::optional<Version>& installed, const std::string& shown) {
+                     const std::optional<Version>& installed, const std::string& name) {
     if (!installed) return;
-    if (!incoming) fail(EX_DATAERR, quoted(shown) + " has no version; the installed one has");
-    if (*incoming < *installed)
-        fail(EX_DATAERR, quoted(shown) + " is older than the installed one");
+    if (!incoming) fail(EX_DATAERR, quoted(name) + " has no version; the installed one has");
+    if (*incoming < *installed) fail(EX_DATAERR, quoted(name) + " is older than the installed one");
 }
 
 }  // namespace quillmore::updatetool

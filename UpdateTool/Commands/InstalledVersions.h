@@ -26,6 +26,6 @@ std::optional<Version> versionOfBundle(const Context& context, int parent, const
 /// Fails (EX_DATAERR) when the installed item has a version and the new one has none or a lower
 /// one.
 void requireNotOlder(const std::optional<Version>& incoming,
-                     const std::optional<Version>& installed, const std::string& shown);
+                     const std::optional<Version>& installed, const std::string& name);
 
 }  // namespace quillmore::updatetool

@@ -15,7 +15,7 @@ namespace quillmore::updatetool {
 
 namespace {
 
-constexpr std::size_t kShownLength = 512;
+constexpr std::size_t kLongestQuotedArgument = 512;
 
 // The whole reach of the tool. Targets.cpp has the folders and modes.
 constexpr Operation kOperations[] = {
@@ -70,7 +70,8 @@ const Operation& requireOperation(const Arguments& commandLine) {
     if (commandLine.empty()) fail(EX_USAGE, "no command was given");
     const Operation* found = operationOf(commandLine);
     if (found == nullptr)
-        fail(EX_USAGE, "unknown command " + quoted(commandLine.front().substr(0, kShownLength)));
+        fail(EX_USAGE,
+             "unknown command " + quoted(commandLine.front().substr(0, kLongestQuotedArgument)));
     if (!hasItsArguments(*found, commandLine))
         fail(EX_USAGE, std::string("usage: updateqm ") + found->word +
                            (found->argumentCount == 0 ? "" : " ") + found->usage);
@@ -83,7 +84,8 @@ std::string itemsOf(const Arguments& commandLine) {
     if (operation == nullptr || !hasItsArguments(*operation, commandLine)) return "";
     std::string text;
     for (std::size_t index = 1; index < commandLine.size(); ++index)
-        text += (index == 1 ? " item " : " ") + quoted(commandLine[index].substr(0, kShownLength));
+        text += (index == 1 ? " item " : " ") +
+                quoted(commandLine[index].substr(0, kLongestQuotedArgument));
     return text;
 }
 

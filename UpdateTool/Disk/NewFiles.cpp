@@ -12,21 +12,21 @@ namespace quillmore::updatetool {
 
 using platform::FileDescriptor;
 
-void writeAll(int file, const void* bytes, std::size_t size, const std::string& shown) {
+void writeAll(int file, const void* bytes, std::size_t size, const std::string& path) {
     const char* start = static_cast<const char*>(bytes);
     for (std::size_t done = 0; done < size;) {
         const ssize_t count = ::write(file, start + done, size - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(shown));
+        if (count <= 0) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(path));
         done += static_cast<std::size_t>(count);
     }
 }
 
-void finishFile(const Context& context, int file, mode_t mode, const std::string& shown) {
+void finishFile(const Context& context, int file, mode_t mode, const std::string& path) {
     // The owner first: changing it takes set-user-ID bits away.
     if (::fchown(file, context.owner, context.group) != 0 || ::fchmod(file, mode) != 0 ||
         ::fsync(file) != 0)
-        failWithSystemError(EX_CANTCREAT, "cannot finish " + quoted(shown));
+        failWithSystemError(EX_CANTCREAT, "cannot finish " + quoted(path));
 }
 
 void writeFile(const Context& context, int folder, const std::string& name, const Bytes& bytes,

@@ -18,8 +18,8 @@ inline constexpr int kNewFileFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | 
 void writeFile(const Context& context, int folder, const std::string& name, const Bytes& bytes,
                mode_t mode);
 
-/// The steps of it. `shown` names the file in the message of a failure.
-void writeAll(int file, const void* bytes, std::size_t size, const std::string& shown);
-void finishFile(const Context& context, int file, mode_t mode, const std::string& shown);
+/// The steps of it. `path` is for the message of a failure.
+void writeAll(int file, const void* bytes, std::size_t size, const std::string& path);
+void finishFile(const Context& context, int file, mode_t mode, const std::string& path);
 
 }  // namespace quillmore::updatetool

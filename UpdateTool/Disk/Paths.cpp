@@ -15,9 +15,9 @@ namespace {
 constexpr std::size_t kMaximumNameLength = 255;
 #ifdef O_PATH
 // Folders that the caller may pass through but not list.
-constexpr int kWayFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kUntrustedFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 #else
-constexpr int kWayFlags = kFolderFlags;
+constexpr int kUntrustedFolderFlags = kFolderFlags;
 #endif
 
 void requireComponent(const std::string& component, const std::string& path) {
@@ -29,12 +29,12 @@ void requireComponent(const std::string& component, const std::string& path) {
 }
 
 /// Fails for the folder's entry when it is a link; returns else.
-void refuseLink(int folder, const std::string& name, const std::string& shown, int exitStatus) {
+void refuseLink(int folder, const std::string& name, const std::string& path, int exitStatus) {
     struct stat status {};
     if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISLNK(status.st_mode))
         fail(exitStatus,
-             quoted(shown) + " is a link: put what it leads to in its place, or name it");
+             quoted(path) + " is a link: put what it leads to in its place, or name it");
 }
 
 bool othersMayWrite(const Context& context, const struct stat& status) {
@@ -43,30 +43,29 @@ bool othersMayWrite(const Context& context, const struct stat& status) {
     return (status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && !trustedGroup);
 }
 
-void requireTrusted(const Context& context, const FileDescriptor& folder,
-                    const std::string& shown) {
+void requireTrusted(const Context& context, const FileDescriptor& folder, const std::string& path) {
     struct stat status {};
     if (::fstat(folder.get(), &status) != 0)
-        failWithSystemError(EX_OSFILE, "cannot examine the folder " + quoted(shown));
+        failWithSystemError(EX_OSFILE, "cannot examine the folder " + quoted(path));
     if (status.st_uid != context.owner)
-        fail(EX_OSFILE, "the folder " + quoted(shown) +
+        fail(EX_OSFILE, "the folder " + quoted(path) +
                             " does not belong to root: give it back with chown root");
     if (othersMayWrite(context, status))
-        fail(EX_OSFILE, "the folder " + quoted(shown) +
+        fail(EX_OSFILE, "the folder " + quoted(path) +
                             " may be written by others than root: forbid it with chmod go-w");
 }
 
 /// Its path goes to `allMade` unless another run has just made it.
 FileDescriptor makeFolder(const Context& context, const FileDescriptor& parent,
-                          const std::string& name, const std::string& shown,
+                          const std::string& name, const std::string& path,
                           std::vector<std::string>& allMade) {
     // Beforehand: once the folder is there nothing may fail that would leave it behind.
-    std::string path = shown;
+    std::string madePath = path;
     allMade.reserve(allMade.size() + 1);
     const bool isNew = ::mkdirat(parent.get(), name.c_str(), 0700) == 0;
     if (!isNew && errno == ENOENT) throw FolderVanished();
     if (!isNew && errno != EEXIST)
-        failWithSystemError(EX_CANTCREAT, "cannot make the folder " + quoted(shown));
+        failWithSystemError(EX_CANTCREAT, "cannot make the folder " + quoted(path));
     FileDescriptor made(::openat(parent.get(), name.c_str(), kFolderFlags));
     if (!made && !isNew && errno == ENOENT) throw FolderVanished();
     if (!made || ::fchown(made.get(), context.owner, context.group) != 0 ||
@@ -74,9 +73,9 @@ FileDescriptor makeFolder(const Context& context, const FileDescriptor& parent,
         const int error = errno;
         if (isNew) ::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR);
         errno = error;
-        failWithSystemError(EX_CANTCREAT, "cannot make the folder " + quoted(shown));
+        failWithSystemError(EX_CANTCREAT, "cannot make the folder " + quoted(path));
     }
-    if (isNew) allMade.push_back(std::move(path));
+    if (isNew) allMade.push_back(std::move(madePath));
     return made;
 }
 
@@ -93,19 +92,19 @@ template <typename WhenMissing>
 FileDescriptor walk(const Context& context, const std::string& path, WhenMissing missing) {
     FileDescriptor folder = openRoot(context, kFolderFlags);
     requireTrusted(context, folder, "/");
-    std::string shown;
+    std::string pathSoFar;
     for (const std::string& name : componentsOf(path)) {
-        shown += "/" + name;
+        pathSoFar += "/" + name;
         FileDescriptor next(::openat(folder.get(), name.c_str(), kFolderFlags));
         if (!next && errno == ENOENT) {
-            if (!missing(folder, name, shown, next)) return {};
+            if (!missing(folder, name, pathSoFar, next)) return {};
         } else if (!next) {
             const int error = errno;
-            refuseLink(folder.get(), name, shown, EX_OSFILE);
+            refuseLink(folder.get(), name, pathSoFar, EX_OSFILE);
             errno = error;
-            failWithSystemError(EX_OSFILE, "cannot open the folder " + quoted(shown));
+            failWithSystemError(EX_OSFILE, "cannot open the folder " + quoted(pathSoFar));
         }
-        requireTrusted(context, next, shown);
+        requireTrusted(context, next, pathSoFar);
         folder = std::move(next);
     }
     return folder;
@@ -168,18 +167,18 @@ bool isTrusted(const Context& context, const struct stat& status) {
 
 FileDescriptor openTrustedFolder(const Context& context, const std::string& path) {
     return walk(context, path,
-                [](const FileDescriptor&, const std::string&, const std::string& shown,
+                [](const FileDescriptor&, const std::string&, const std::string& missing,
                    const FileDescriptor&) -> bool {
-                    failWithSystemError(EX_OSFILE, "cannot open the folder " + quoted(shown));
+                    failWithSystemError(EX_OSFILE, "cannot open the folder " + quoted(missing));
                 });
 }
 
 FileDescriptor openOrMakeTrustedFolder(const Context& context, const std::string& path,
                                        std::vector<std::string>& made) {
     return walk(context, path,
-                [&](const FileDescriptor& parent, const std::string& name, const std::string& shown,
-                    FileDescriptor& next) {
-                    next = makeFolder(context, parent, name, shown, made);
+                [&](const FileDescriptor& parent, const std::string& name,
+                    const std::string& missing, FileDescriptor& next) {
+                    next = makeFolder(context, parent, name, missing, made);
                     return true;
                 });
 }
@@ -187,9 +186,9 @@ FileDescriptor openOrMakeTrustedFolder(const Context& context, const std::string
 std::size_t countOfPresentFolders(const Context& context, const std::string& path) {
     std::size_t depth = componentsOf(path).size();
     walk(context, path,
-         [&](const FileDescriptor&, const std::string&, const std::string& shown,
+         [&](const FileDescriptor&, const std::string&, const std::string& missing,
              const FileDescriptor&) {
-             depth = componentsOf(shown).size() - 1;
+             depth = componentsOf(missing).size() - 1;
              return false;
          });
     return depth;
@@ -206,30 +205,30 @@ void removeEmptyFolders(const Context& context, const std::vector<std::string>& 
     }
 }
 
-FileDescriptor openWayTo(const Context& context, const std::string& folder,
-                         const std::string& shown) {
-    FileDescriptor way = openRoot(context, kWayFlags);
-    if (folder.empty()) return way;
-    std::string done;
+FileDescriptor openUntrustedFolder(const Context& context, const std::string& folder,
+                                   const std::string& path) {
+    FileDescriptor opened = openRoot(context, kUntrustedFolderFlags);
+    if (folder.empty()) return opened;
+    std::string pathSoFar;
     for (const std::string& name : componentsOf(folder)) {
-        done += "/" + name;
-        FileDescriptor next(::openat(way.get(), name.c_str(), kWayFlags));
+        pathSoFar += "/" + name;
+        FileDescriptor next(::openat(opened.get(), name.c_str(), kUntrustedFolderFlags));
         if (!next) {
             const int error = errno;
-            refuseLink(way.get(), name, done, EX_NOINPUT);
+            refuseLink(opened.get(), name, pathSoFar, EX_NOINPUT);
             errno = error;
-            failWithSystemError(EX_NOINPUT, "cannot open " + quoted(shown));
+            failWithSystemError(EX_NOINPUT, "cannot open " + quoted(path));
         }
-        way = std::move(next);
+        opened = std::move(next);
     }
-    return way;
+    return opened;
 }
 
-void failToOpen(int folder, const std::string& name, const std::string& shown) {
+void failToOpen(int folder, const std::string& name, const std::string& path) {
     const int error = errno;
-    refuseLink(folder, name, shown, EX_NOINPUT);
+    refuseLink(folder, name, path, EX_NOINPUT);
     errno = error;
-    failWithSystemError(EX_NOINPUT, "cannot open " + quoted(shown));
+    failWithSystemError(EX_NOINPUT, "cannot open " + quoted(path));
 }
 
 }  // namespace quillmore::updatetool

@@ -57,10 +57,10 @@ void removeEmptyFolders(const Context& context, const std::vector<std::string>& 
 
 /// Opens a folder on the way to something of the caller's, with the rights that the process has at
 /// the moment; nothing is believed of it but that no link led there. It may be good for openat
-/// only. Fails with EX_NOINPUT. `shown` is the whole path, for the message.
-platform::FileDescriptor openWayTo(const Context& context, const std::string& folder,
-                                   const std::string& shown);
+/// only. Fails with EX_NOINPUT. `path` is the whole one, for the message.
+platform::FileDescriptor openUntrustedFolder(const Context& context, const std::string& folder,
+                                             const std::string& path);
 /// "cannot open PATH: ..." (EX_NOINPUT) for an entry that was not to be a link, and may be one.
-[[noreturn]] void failToOpen(int folder, const std::string& name, const std::string& shown);
+[[noreturn]] void failToOpen(int folder, const std::string& name, const std::string& path);
 
 }  // namespace quillmore::updatetool

@@ -18,7 +18,7 @@ namespace {
 }
 
 /// Folder by folder, never through a link of the archive's own.
-FileDescriptor openBelow(int folder, const std::string& path, const std::string& shown) {
+FileDescriptor openBelow(int folder, const std::string& path, const std::string& entryPath) {
     FileDescriptor opened(::openat(folder, ".", kFolderFlags));
     for (std::size_t start = 0; opened && start < path.size();) {
         const std::size_t end = std::min(path.find('/', start), path.size());
@@ -26,7 +26,7 @@ FileDescriptor openBelow(int folder, const std::string& path, const std::string&
             ::openat(opened.get(), path.substr(start, end - start).c_str(), kFolderFlags));
         start = end + 1;
     }
-    if (!opened) failToWrite(shown);
+    if (!opened) failToWrite(entryPath);
     return opened;
 }
 

@@ -24,38 +24,37 @@ constexpr std::uint64_t kMaximumSignatureSize = 16 * 1024;
 /// Non-blocking, or a FIFO would hold the tool for ever.
 constexpr int kInputFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-Bytes readWhole(const FileDescriptor& file, const std::string& shown, std::uint64_t maximum) {
+Bytes readWhole(const FileDescriptor& file, const std::string& name, std::uint64_t maximum) {
     struct stat status {};
     if (::fstat(file.get(), &status) != 0)
-        failWithSystemError(EX_NOINPUT, "cannot examine " + quoted(shown));
+        failWithSystemError(EX_NOINPUT, "cannot examine " + quoted(name));
     if (!S_ISREG(status.st_mode))
-        fail(EX_NOINPUT,
-             quoted(shown) + " is not a regular file: put the file itself in its place");
-    if (status.st_size <= 0) fail(EX_DATAERR, quoted(shown) + " is empty");
+        fail(EX_NOINPUT, quoted(name) + " is not a regular file: put the file itself in its place");
+    if (status.st_size <= 0) fail(EX_DATAERR, quoted(name) + " is empty");
     if (static_cast<std::uint64_t>(status.st_size) > maximum)
-        fail(EX_DATAERR, quoted(shown) + " is too large");
+        fail(EX_DATAERR, quoted(name) + " is too large");
     Bytes bytes(static_cast<std::size_t>(status.st_size));
     for (std::size_t done = 0; done < bytes.size();) {
         const ssize_t count = ::read(file.get(), bytes.data() + done, bytes.size() - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) failWithSystemError(EX_IOERR, "cannot read " + quoted(shown));
-        if (count == 0) fail(EX_IOERR, quoted(shown) + " was shortened while it was read");
+        if (count < 0) failWithSystemError(EX_IOERR, "cannot read " + quoted(name));
+        if (count == 0) fail(EX_IOERR, quoted(name) + " was shortened while it was read");
         done += static_cast<std::size_t>(count);
     }
     return bytes;
 }
 
-void requireOneName(const FileDescriptor& file, const std::string& shown) {
+void requireOneName(const FileDescriptor& file, const std::string& name) {
     struct stat status {};
     if (::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink != 1)
-        fail(EX_NOINPUT, quoted(shown) + " has a second name (a hard link): use a copy of it");
+        fail(EX_NOINPUT, quoted(name) + " has a second name (a hard link): use a copy of it");
 }
 
 std::span<const std::uint8_t> bytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-void verify(const Context& context, const Bytes& bytes, const std::string& shown,
+void verify(const Context& context, const Bytes& bytes, const std::string& name,
             const std::string& signaturePath, const Purpose& purpose) {
     const Bytes signature = readAsCaller(context, signaturePath, kMaximumSignatureSize);
     const std::string label = packageLabel(purpose.command, purpose.name);
@@ -69,7 +68,7 @@ void verify(const Context& context, const Bytes& bytes, const std::string& shown
         case RsaVerification::Result::invalid:
             break;
     }
-    fail(EX_DATAERR, "the signature " + quoted(signaturePath) + " does not match " + quoted(shown) +
+    fail(EX_DATAERR, "the signature " + quoted(signaturePath) + " does not match " + quoted(name) +
                          "; nothing was installed");
 }
 
@@ -77,9 +76,9 @@ void verify(const Context& context, const Bytes& bytes, const std::string& shown
 
 Bytes readAsCaller(const Context& context, const std::string& path, std::uint64_t maximum) {
     const SplitPath split = splitPath(path);
-    const FileDescriptor way = openWayTo(context, split.folder, path);
-    const FileDescriptor file(::openat(way.get(), split.name.c_str(), kInputFlags | O_NOFOLLOW));
-    if (!file) failToOpen(way.get(), split.name, path);
+    const FileDescriptor folder = openUntrustedFolder(context, split.folder, path);
+    const FileDescriptor file(::openat(folder.get(), split.name.c_str(), kInputFlags | O_NOFOLLOW));
+    if (!file) failToOpen(folder.get(), split.name, path);
     requireOneName(file, path);
     return readWhole(file, path, maximum);
 }
