@@ -16,7 +16,7 @@
 #include "UpdateTool/Packages/PackageLabel.h"
 #include "tests/Common/Tools/integrity/TestKeys.h"
 #include "tests/Common/Tools/integrity/ZipBuilder.h"
-#include "tests/fakes/TestServices.h"
+#include "tests/fakes/TemporaryRoot.h"
 
 namespace quillmore::tests {
 
