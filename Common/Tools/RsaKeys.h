@@ -1,0 +1,21 @@
+// RSA keys from PEM text. No pass phrase is ever asked for. Nothing is kept; any thread.
+#pragma once
+
+#include <memory>
+#include <string>
+
+struct rsa_st;  // the library's key
+
+namespace quillmore {
+
+struct FreeRsaKey {
+    void operator()(rsa_st* key) const;
+};
+using RsaKey = std::unique_ptr<rsa_st, FreeRsaKey>;
+
+/// Null when the text is no public key in SubjectPublicKeyInfo form, or not of an RSA key.
+RsaKey readRsaPublicKey(const std::string& text);
+/// Null when the text is no RSA private key without pass phrase.
+RsaKey readRsaPrivateKey(const std::string& text);
+
+}  // namespace quillmore
