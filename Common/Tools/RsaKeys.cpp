@@ -10,12 +10,16 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
+#include <utility>
 
 namespace quillmore {
 
 namespace {
 
-constexpr const char* kPublicKeyOpening = "-----BEGIN PUBLIC KEY-----";
+constexpr std::string_view kOpening = "-----BEGIN ";
+constexpr std::string_view kPublicKeyOpening = "-----BEGIN PUBLIC KEY-----";
+constexpr std::string_view kPublicKeyClosing = "-----END PUBLIC KEY-----";
 
 struct Free {
     void operator()(BIO* stream) const { BIO_free(stream); }
@@ -24,17 +28,42 @@ struct Free {
 using Stream = std::unique_ptr<BIO, Free>;
 using Key = std::unique_ptr<EVP_PKEY, Free>;
 
-/// Read-only over the text, which must outlive it. Null for text that ASCII cannot hold.
+/// Keys are ASCII text, and so is what stands around them.
+bool isAscii(const std::string& text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+/// Read-only over the text, which must outlive it.
 Stream streamOverText(const std::string& text) {
-    const bool ascii = std::all_of(text.begin(), text.end(),
-                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (!ascii || text.size() > std::numeric_limits<int>::max()) return nullptr;
+    if (text.size() > std::numeric_limits<int>::max()) return nullptr;
     return Stream(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
 }
 
 /// Answers every question for a pass phrase with a refusal: the library would ask the terminal.
 int refusePassPhrase(char*, int, int, void*) {
     return -1;
+}
+
+/// The text's first PEM block when that is a public key, else nothing. The library itself passes
+/// over blocks that it does not like, and newer releases read the RSA-only form with the same call.
+std::string publicKeyBlockOf(const std::string& text) {
+    std::size_t start = text.find(kOpening);
+    while (start != std::string::npos && start != 0 && text[start - 1] != '\n')
+        start = text.find(kOpening, start + 1);
+    if (start == std::string::npos ||
+        text.compare(start, kPublicKeyOpening.size(), kPublicKeyOpening) != 0)
+        return "";
+    const std::size_t end = text.find(kPublicKeyClosing, start);
+    if (end == std::string::npos) return "";
+    return text.substr(start, end + kPublicKeyClosing.size() - start) + "\n";
+}
+
+/// The library's RSA object also stands for keys that may make signatures of another kind only.
+RsaKey plainKey(RsaKey key) {
+    const bool plain =
+        key != nullptr && RSA_test_flags(key.get(), RSA_FLAG_TYPE_MASK) == RSA_FLAG_TYPE_RSA;
+    return plain ? std::move(key) : nullptr;
 }
 
 }  // namespace
@@ -44,20 +73,21 @@ void FreeRsaKey::operator()(rsa_st* key) const {
 }
 
 RsaKey readRsaPublicKey(const std::string& text) {
-    // Newer releases of the library read the RSA-only form with the same call; it is not ours.
-    if (text.find(kPublicKeyOpening) == std::string::npos) return nullptr;
+    const std::string block = publicKeyBlockOf(text);
+    if (block.empty() || !isAscii(text)) return nullptr;
     EVP_PKEY* container = EVP_PKEY_new();
-    const Stream stream = streamOverText(text);
+    const Stream stream = streamOverText(block);
     const bool read = container != nullptr && stream != nullptr &&
                       PEM_read_bio_PUBKEY(stream.get(), &container, refusePassPhrase, nullptr);
     const Key owner(container);  // the reader may have put another object in its place
-    return read ? RsaKey(EVP_PKEY_get1_RSA(owner.get())) : nullptr;
+    return read ? plainKey(RsaKey(EVP_PKEY_get1_RSA(owner.get()))) : nullptr;
 }
 
 RsaKey readRsaPrivateKey(const std::string& text) {
     const Stream stream = streamOverText(text);
-    if (stream == nullptr) return nullptr;
-    return RsaKey(PEM_read_bio_RSAPrivateKey(stream.get(), nullptr, refusePassPhrase, nullptr));
+    if (stream == nullptr || !isAscii(text)) return nullptr;
+    return plainKey(
+        RsaKey(PEM_read_bio_RSAPrivateKey(stream.get(), nullptr, refusePassPhrase, nullptr)));
 }
 
 }  // namespace quillmore

@@ -13,7 +13,8 @@ struct FreeRsaKey {
 };
 using RsaKey = std::unique_ptr<rsa_st, FreeRsaKey>;
 
-/// Null when the text is no public key in SubjectPublicKeyInfo form, or not of an RSA key.
+/// Null unless the first PEM block of the text is a public key in SubjectPublicKeyInfo form, of an
+/// RSA key. A key for RSA-PSS only is none.
 RsaKey readRsaPublicKey(const std::string& text);
 /// Null when the text is no RSA private key without pass phrase.
 RsaKey readRsaPrivateKey(const std::string& text);

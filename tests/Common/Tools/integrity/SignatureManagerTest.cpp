@@ -101,6 +101,40 @@ TEST_F(Signatures, KeyTextBeyondAsciiYieldsNothing) {
     EXPECT_FALSE(
         manager.verifySignature(signature, "cl\xc3\xa9\n" + keys.publicKey, bytesOf(package)));
 }
+TEST_F(Signatures, PublicKeyMustBeTheFirstPemBlockOfItsText) {
+    const auto verifiesUnder = [&](const std::string& key) {
+        return manager.verifySignature(signature, key, bytesOf(package));
+    };
+    EXPECT_TRUE(verifiesUnder("a text that -----BEGIN says nothing\n" + keys.publicKey));
+    EXPECT_TRUE(verifiesUnder(keys.publicKey + keys.ellipticPublicKey));
+    EXPECT_FALSE(verifiesUnder(keys.privateKey + keys.publicKey));
+    EXPECT_FALSE(verifiesUnder(keys.rsaOnlyPublicKey + keys.publicKey));
+    EXPECT_FALSE(verifiesUnder("-----BEGIN CERTIFICATE-----\n" + keys.publicKey));
+}
+TEST_F(Signatures, OpeningThatIsNoLineOfItsOwnMakesNoPublicKeyOfAnotherForm) {
+    for (const std::string start :
+         {"# -----BEGIN PUBLIC KEY-----\n", " -----BEGIN PUBLIC KEY-----\n",
+          "-----BEGIN PUBLIC KEY----- of ours\n"})
+        EXPECT_FALSE(
+            manager.verifySignature(signature, start + keys.rsaOnlyPublicKey, bytesOf(package)))
+            << start;
+}
+TEST_F(Signatures, DamagedPublicKeyIsNotReplacedByALaterOne) {
+    const std::string empty = "-----BEGIN PUBLIC KEY-----\n-----END PUBLIC KEY-----\n";
+    for (const std::string& damaged :
+         {empty, keys.ellipticPublicKey, std::string("-----BEGIN PUBLIC KEY-----\n")})
+        for (const std::string& later : {keys.publicKey, keys.rsaOnlyPublicKey})
+            EXPECT_FALSE(manager.verifySignature(signature, damaged + later, bytesOf(package)))
+                << damaged << later;
+}
+TEST_F(Signatures, KeyForPssSignaturesOnlyIsNoRsaKey) {
+    const auto made = manager.generateSignature(keys.pssPrivateKey, bytesOf(package));
+    EXPECT_FALSE(made);
+    const std::string log = logOf([&] {
+        EXPECT_FALSE(manager.verifySignature(signature, keys.pssPublicKey, bytesOf(package)));
+    });
+    EXPECT_EQ(log, "");
+}
 TEST_F(Signatures, UnusableKeysAreSilent) {
     const std::string log = logOf([&] {
         for (const std::string& key : {keys.rsaOnlyPublicKey, keys.ellipticPublicKey,

@@ -25,9 +25,19 @@ std::string pem(const std::function<int(BIO*)>& write) {
     return result;
 }
 
+EVP_PKEY* makePssKey() {
+    EVP_PKEY_CTX* context = EVP_PKEY_CTX_new_id(EVP_PKEY_RSA_PSS, nullptr);
+    EVP_PKEY* key = nullptr;
+    if (EVP_PKEY_keygen_init(context) != 1 || EVP_PKEY_keygen(context, &key) != 1)
+        throw std::runtime_error("a key cannot be made");
+    EVP_PKEY_CTX_free(context);
+    return key;
+}
+
 TestKeys makeKeys() {
     EVP_PKEY* pair = EVP_RSA_gen(2048);
     EVP_PKEY* elliptic = EVP_EC_gen("P-256");
+    EVP_PKEY* pss = makePssKey();
     RSA* rsa = EVP_PKEY_get1_RSA(pair);
     unsigned char phrase[] = "open sesame";
     TestKeys keys;
@@ -43,7 +53,12 @@ TestKeys makeKeys() {
         pem([&](BIO* stream) { return PEM_write_bio_RSAPublicKey(stream, rsa); });
     keys.ellipticPublicKey =
         pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, elliptic); });
+    keys.pssPrivateKey = pem([&](BIO* stream) {
+        return PEM_write_bio_PrivateKey(stream, pss, nullptr, nullptr, 0, nullptr, nullptr);
+    });
+    keys.pssPublicKey = pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, pss); });
     RSA_free(rsa);
+    EVP_PKEY_free(pss);
     EVP_PKEY_free(elliptic);
     EVP_PKEY_free(pair);
     return keys;

@@ -14,6 +14,8 @@ struct TestKeys {
     std::string publicKey;            ///< SubjectPublicKeyInfo.
     std::string rsaOnlyPublicKey;     ///< "BEGIN RSA PUBLIC KEY".
     std::string ellipticPublicKey;    ///< SubjectPublicKeyInfo, but of another kind of key.
+    std::string pssPrivateKey;        ///< RSA for PSS signatures only.
+    std::string pssPublicKey;
 };
 const TestKeys& testKeys();
 
