@@ -5,11 +5,10 @@
 
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <memory>
 #include <new>
-#include <string_view>
 
+#include "Common/Tools/ZipEndRecord.h"
 #include "Platform/Files/FileManager.h"
 #include "Platform/Values/Format.h"
 
@@ -30,14 +29,11 @@ std::FILE* openForWriting(const std::string& path) {
     return std::fopen(path.c_str(), "wbe");
 }
 
-/// The library takes an archive without entries for a damaged one when its end record is the first
-/// thing in the file, as it is in every such archive.
-bool isEmptyArchive(const std::string& path) {
-    constexpr std::string_view kEndRecord("PK\x05\x06\0\0\0\0\0\0\0\0", 12);
-    std::ifstream file(path, std::ios::binary);
-    std::array<char, kEndRecord.size()> start{};
-    file.read(start.data(), start.size());
-    return file && std::string_view(start.data(), start.size()) == kEndRecord;
+/// The library's word for it is not enough, whether it opened the archive or not.
+bool saysNothingOfEntries(void* archive) {
+    unz_global_info info{};
+    return archive == nullptr ||
+           (unzGetGlobalInfo(archive, &info) == UNZ_OK && info.number_entry == 0);
 }
 
 }  // namespace
@@ -45,7 +41,7 @@ bool isEmptyArchive(const std::string& path) {
 UnzipManager::UnzipManager(const std::string& path)
     : uf(unzOpen(path.c_str())),
       outputPath(platform::format("%@/", platform::pathByDeletingLastComponent(path))),
-      isEmpty_(uf == nullptr && isEmptyArchive(path)) {}
+      isEmpty_(saysNothingOfEntries(uf) && isArchiveWithoutEntries(path)) {}
 
 UnzipManager::~UnzipManager() {
     // Deliberate: closes the current entry, never the archive.
@@ -56,6 +52,7 @@ int UnzipManager::extractAll() {
     if (isEmpty_) return UNZ_OK;
     unz_global_info info{};
     if (const int result = unzGetGlobalInfo(uf, &info); result != UNZ_OK) return result;
+    if (info.number_entry == 0) return UNZ_PARAMERROR;  // its end record is cut
     for (uLong index = 0; index < info.number_entry; ++index) {
         if (extractCurrentFile() != UNZ_OK) break;
         if (index + 1 < info.number_entry && unzGoToNextFile(uf) != UNZ_OK) break;
@@ -109,8 +106,9 @@ int UnzipManager::copyCurrentFileTo(std::FILE* output, char* buffer) {
             break;
         }
     }
-    std::fclose(output);
-    return result;
+    // What the stream held back is written here, or not.
+    const bool written = std::fclose(output) == 0;
+    return result == UNZ_OK && !written ? UNZ_ERRNO : result;
 }
 
 int UnzipManager::mymkdir(const char* path) {

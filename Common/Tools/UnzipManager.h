@@ -22,7 +22,7 @@ public:
 
 protected:
     // What becomes of one entry, which `extractAll` keeps to itself.
-    /// 0; -1 for a short write, -104 without memory for the buffer, else the library's code.
+    /// 0; -1 for a write that fails, -104 without memory for the buffer, else the library's code.
     int extractCurrentFile();
     /// The system's result.
     int mymkdir(const char* path);
@@ -35,7 +35,7 @@ private:
 
     void* uf;  ///< The library's handle; null when the archive could not be opened.
     std::string outputPath;
-    bool isEmpty_;  ///< Not open, but an archive all the same: one without entries.
+    bool isEmpty_;  ///< Open or not: an archive without entries.
 };
 
 }  // namespace quillmore

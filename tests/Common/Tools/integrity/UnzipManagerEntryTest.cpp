@@ -83,6 +83,16 @@ TEST_F(UnzipEntry, ShortWriteGivesMinusOne) {
     fs::create_symlink("/dev/full", at("full"));
     EXPECT_EQ(resultOf({"full", std::string(100000, 'x'), 0100644}), -1);
 }
+TEST_F(UnzipEntry, WriteThatFailsWhenTheFileIsClosedGivesMinusOne) {
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "the system has no device that is full";
+    fs::create_symlink("/dev/full", at("full"));
+    EXPECT_EQ(resultOf({"full", "less than the stream holds back", 0100644}), -1);
+}
+TEST_F(UnzipEntry, DamagedDataCountsMoreThanWhatTheDiskCannotHold) {
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "the system has no device that is full";
+    fs::create_symlink("/dev/full", at("full"));
+    EXPECT_EQ(resultOf({"full", "this is no deflated data", 0100644, 0, Z_DEFLATED}), Z_DATA_ERROR);
+}
 TEST_F(UnzipEntry, OneBufferServesAFileOfAnySize) {
     copyBuffers.clear();
     EXPECT_EQ(resultOf({"b", std::string(100000, 'x'), 0100644}), 0);

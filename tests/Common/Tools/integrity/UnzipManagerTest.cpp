@@ -18,9 +18,70 @@ extern "C" const char* __lsan_default_suppressions() {
 namespace quillmore::tests {
 namespace {
 
+/// The end records of an archive whose counts and places stand in the 64-bit one alone.
+std::string emptyLargeArchive() {
+    std::string record("PK\x06\x06", 4);
+    record += static_cast<char>(44);  // the bytes that follow the record's size
+    record.resize(12, '\0');
+    record += std::string("\x2d\0\x2d\0", 4);  // versions
+    record.resize(56, '\0');
+    std::string locator("PK\x06\x07", 4);
+    locator.resize(16, '\0');
+    locator += std::string("\1\0\0\0", 4);  // disks
+    std::string end("PK\x05\x06\0\0\0\0", 8);
+    end += std::string(12, '\xff') + std::string(2, '\0');
+    return record + locator + end;
+}
+
 TEST_F(Unzip, ArchiveWithoutEntriesGivesSuccessAndNothing) {
     EXPECT_EQ(extract(ZipBuilder()), 0);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
+}
+TEST_F(Unzip, EmptyArchiveMayHaveAComment) {
+    std::string bytes = ZipBuilder().bytes();
+    bytes[bytes.size() - 2] = 9;
+    EXPECT_EQ(extract(bytes + "a comment"), 0);
+    EXPECT_EQ(extract(bytes + "a commen"), UNZ_PARAMERROR);
+}
+TEST_F(Unzip, EmptyArchiveWhoseEndRecordIsCutIsNone) {
+    const std::string bytes = ZipBuilder().bytes();
+    ASSERT_EQ(bytes.size(), 22u);
+    for (std::size_t size = 0; size < bytes.size(); ++size)
+        EXPECT_EQ(extract(bytes.substr(0, size)), UNZ_PARAMERROR) << size;
+}
+TEST_F(Unzip, EmptyArchiveMayHaveBytesInFrontOfIt) {
+    EXPECT_EQ(extract(std::string(70000, 'x') + ZipBuilder().bytes()), 0);
+}
+TEST_F(Unzip, ArchiveThatIsCutBeforeItsCountOfEntriesIsNotTakenForAnEmptyOne) {
+    const std::string bytes = ZipBuilder().file("a", "1").bytes();
+    for (std::size_t size = bytes.size() - 22; size <= bytes.size() - 12; ++size)
+        EXPECT_EQ(extract(bytes.substr(0, size)), UNZ_PARAMERROR) << size;
+    EXPECT_FALSE(fs::exists(at("a")));
+}
+TEST_F(Unzip, EmptyArchiveOfTheLargeFormIsOne) {
+    EXPECT_EQ(extract(emptyLargeArchive()), 0);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
+}
+TEST_F(Unzip, EmptyArchiveOfTheLargeFormThatIsCutBeforeOrBehindItsCountsIsNone) {
+    const std::string bytes = emptyLargeArchive();
+    ASSERT_EQ(bytes.size(), 98u);
+    // Between them the library reads a count that is not nothing, and finds no such entry.
+    for (std::size_t size = 0; size < bytes.size(); size == 86 ? size = 89 : ++size)
+        EXPECT_EQ(extract(bytes.substr(0, size)), UNZ_PARAMERROR) << size;
+}
+TEST_F(Unzip, EndRecordsThatSpeakOfEntriesOrOfNoOtherRecordAreNoEmptyArchive) {
+    std::string large = emptyLargeArchive();
+    large[24] = 1;  // entries
+    EXPECT_EQ(extract(large), UNZ_PARAMERROR);
+    large = emptyLargeArchive();
+    large[56] = 'X';  // the locator's mark
+    EXPECT_EQ(extract(large), UNZ_PARAMERROR);
+    large = emptyLargeArchive();
+    large[64] = 1;  // where the locator points
+    EXPECT_EQ(extract(large), UNZ_PARAMERROR);
+    std::string small = ZipBuilder().bytes();
+    small[10] = 1;  // entries
+    EXPECT_EQ(extract(small), UNZ_PARAMERROR);
 }
 TEST_F(Unzip, MissingArchiveGivesTheParameterError) {
     EXPECT_EQ(UnzipManager(at("none.zip")).extractAll(), UNZ_PARAMERROR);
@@ -155,6 +216,12 @@ TEST_F(Unzip, DeviceThatIsFullStopsTheExtractionWithSuccess) {
     if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "the system has no device that is full";
     fs::create_symlink("/dev/full", at("full"));
     EXPECT_EQ(extract(ZipBuilder().file("full", std::string(100000, 'x')).file("c", "3")), 0);
+    EXPECT_FALSE(fs::exists(at("c")));
+}
+TEST_F(Unzip, SmallFileOnADeviceThatIsFullStopsTheExtractionWithSuccess) {
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "the system has no device that is full";
+    fs::create_symlink("/dev/full", at("full"));
+    EXPECT_EQ(extract(ZipBuilder().file("full", "text").file("c", "3")), 0);
     EXPECT_FALSE(fs::exists(at("c")));
 }
 TEST_F(Unzip, NameOf300BytesIsCutTo256) {
