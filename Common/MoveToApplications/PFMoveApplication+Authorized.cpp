@@ -1,69 +1,27 @@
 // The move with administrator rights. Old copies are deleted outright here: the Trash is the
 // user's.
-#include <memory>
-
 #include "Common/MoveToApplications/PFMoveSteps.h"
+#include "Common/Tools/AdministratorRights.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Ports/Authorization.h"
-#include "Platform/Ports/Services.h"
-#include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Processes/TerminationSignals.h"
-#include "Platform/Values/Exception.h"
 
 namespace quillmore {
 
 namespace {
 
-constexpr const char* kAdministratorRight = "system.privilege.admin";
-constexpr std::uint32_t kAskForRights = platform::kAuthorizationFlagInteractionAllowed |
-                                        platform::kAuthorizationFlagExtendRights |
-                                        platform::kAuthorizationFlagPreAuthorize;
-
 bool isBlank(const std::string& path) {
     return path.find_first_not_of(" \t\r\n\v\f") == std::string::npos;
 }
 
-/// The rights for one move; given back when it is over, however it went.
-class AdministratorRights {
-public:
-    AdministratorRights() = default;
-    ~AdministratorRights() {
-        if (reference_) authorization_.free(std::move(reference_));
-    }
-    AdministratorRights(const AdministratorRights&) = delete;
-    AdministratorRights& operator=(const AdministratorRights&) = delete;
-
-    MoveResult obtain() {
-        logVerbose("Asking for authorisation...");
-        if (authorization_.create(reference_) != platform::kAuthorizationSuccess)
-            return MoveResult::failed;
-        const platform::OSStatus answer =
-            authorization_.copyRights(*reference_, {kAdministratorRight}, kAskForRights);
-        if (answer == platform::kAuthorizationSuccess) return MoveResult::succeeded;
-        logVerbose("Authorisation denied");
-        return answer == platform::kAuthorizationCanceled ? MoveResult::cancelled
-                                                          : MoveResult::failed;
-    }
-    /// How the tool ended; nothing when it did not start or could not be waited for.
-    std::optional<platform::ProcessEnd> run(const char* tool,
-                                            const std::vector<std::string>& arguments) {
-        platform::PrivilegedProcess started;
-        if (authorization_.executeWithPrivileges(*reference_, tool, arguments,
-                                                 platform::Authorization::Communications::none,
-                                                 started) != platform::kAuthorizationSuccess)
-            return std::nullopt;
-        try {
-            return platform::services().processes->wait(started.process);
-        } catch (const platform::Exception&) {
-            return std::nullopt;
-        }
-    }
-
-private:
-    platform::Authorization& authorization_ = *platform::services().authorization;
-    std::unique_ptr<platform::AuthorizationReference> reference_;
-};
+MoveResult obtain(AdministratorRights& rights) {
+    logVerbose("Asking for authorisation...");
+    if (rights.create() != platform::kAuthorizationSuccess) return MoveResult::failed;
+    const platform::OSStatus answer = rights.ask();
+    if (answer == platform::kAuthorizationSuccess) return MoveResult::succeeded;
+    logVerbose("Authorisation denied");
+    return answer == platform::kAuthorizationCanceled ? MoveResult::cancelled : MoveResult::failed;
+}
 
 std::optional<platform::ProcessEnd> removeAsAdministrator(AdministratorRights& rights,
                                                           const std::string& path) {
@@ -109,7 +67,7 @@ MoveResult moveAsAdministrator(const MovePlan& plan, MoveReport& report) {
     if (!plan.destination.ends_with(".app") || isBlank(plan.destination) || isBlank(plan.source))
         return MoveResult::failed;
     AdministratorRights rights;
-    const MoveResult answer = rights.obtain();
+    const MoveResult answer = obtain(rights);
     if (answer != MoveResult::succeeded) return answer;
     // From the first removal to the copy's end: between the two no application would be in place.
     const platform::TerminationDelay delay;

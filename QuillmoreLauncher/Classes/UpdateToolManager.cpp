@@ -2,11 +2,11 @@
 
 #include <cerrno>
 
+#include "Common/Tools/AdministratorRights.h"
 #include "Common/utils/Applications.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Ports/Authorization.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/Workspace.h"
 #include "Platform/Processes/Task.h"
@@ -22,11 +22,6 @@ platform::SharedInstance<UpdateToolManager> _updateToolManager;
 constexpr const char* kInstalledTool = "/Library/Application Support/Quillmore/%@";
 constexpr const char* kUpdateToolName = "updateqm";
 constexpr mode_t kSetUserIdTool = 04755;
-
-constexpr const char* kAdministratorRight = "system.privilege.admin";
-constexpr std::uint32_t kAskForRights = platform::kAuthorizationFlagInteractionAllowed |
-                                        platform::kAuthorizationFlagExtendRights |
-                                        platform::kAuthorizationFlagPreAuthorize;
 
 constexpr const char* kInstallerLog = "/tmp/.macfuse-install.log";
 constexpr const char* kInstallerLogFolder = "~/Library/Logs/Quillmore/MacFUSE";
@@ -150,30 +145,21 @@ std::int32_t UpdateToolManager::runUninstalledUpdateToolAsAdmin(
 
 std::int32_t UpdateToolManager::runAsAdmin(const char* method, const std::string& toolPath,
                                            const std::vector<std::string>& args, bool logsPath) {
-    platform::Authorization& authorization = *platform::services().authorization;
     logNormal("UpdateToolManager:%@: Starting...", method);
-    std::unique_ptr<platform::AuthorizationReference> reference;
-    if (authorization.create(reference) != platform::kAuthorizationSuccess)
-        return UpdateToolStatusFailed;
-    platform::OSStatus answer =
-        authorization.copyRights(*reference, {kAdministratorRight}, kAskForRights);
+    AdministratorRights rights;
+    if (rights.create() != platform::kAuthorizationSuccess) return UpdateToolStatusFailed;
+    platform::OSStatus answer = rights.ask();
     if (answer != platform::kAuthorizationSuccess) {
         logError("UpdateToolManager:%@: AuthorizationCopyRights failed (OSStatus %d)", method,
                  answer);
-        authorization.free(std::move(reference));
         return UpdateToolStatusFailed;
     }
     if (logsPath) logDetail("Running %@", toolPath);
     {
         const platform::TerminationDelay delay;
-        platform::PrivilegedProcess started;
-        answer = authorization.executeWithPrivileges(
-            *reference, toolPath, args, platform::Authorization::Communications::none, started);
-        // The tool goes on by itself; it must leave no zombie.
-        if (answer == platform::kAuthorizationSuccess && started.process > 0)
-            platform::services().processes->abandon(started.process);
+        answer = rights.startUnattended(toolPath, args);
     }
-    authorization.free(std::move(reference));
+    rights.free();
     if (answer != platform::kAuthorizationSuccess) {
         logError("UpdateToolManager:%@: AuthorizationExecuteWithPrivileges failed (OSStatus %d)",
                  method, answer);
