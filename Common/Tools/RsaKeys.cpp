@@ -20,6 +20,7 @@ namespace {
 constexpr std::string_view kOpening = "-----BEGIN ";
 constexpr std::string_view kPublicKeyOpening = "-----BEGIN PUBLIC KEY-----";
 constexpr std::string_view kPublicKeyClosing = "-----END PUBLIC KEY-----";
+constexpr std::string_view kEncryptionHeader = "\nProc-Type: 4,ENCRYPTED";
 
 struct Free {
     void operator()(BIO* stream) const { BIO_free(stream); }
@@ -45,12 +46,18 @@ int refusePassPhrase(char*, int, int, void*) {
     return -1;
 }
 
-/// The text's first PEM block when that is a public key, else nothing. The library itself passes
-/// over blocks that it does not like, and newer releases read the RSA-only form with the same call.
-std::string publicKeyBlockOf(const std::string& text) {
+/// Where the first line begins that opens a PEM block, or npos.
+std::size_t firstOpening(const std::string& text) {
     std::size_t start = text.find(kOpening);
     while (start != std::string::npos && start != 0 && text[start - 1] != '\n')
         start = text.find(kOpening, start + 1);
+    return start;
+}
+
+/// The text's first PEM block when that is a public key, else nothing. The library itself passes
+/// over blocks that it does not like, and newer releases read the RSA-only form with the same call.
+std::string publicKeyBlockOf(const std::string& text) {
+    const std::size_t start = firstOpening(text);
     if (start == std::string::npos ||
         text.compare(start, kPublicKeyOpening.size(), kPublicKeyOpening) != 0)
         return "";
@@ -88,6 +95,26 @@ RsaKey readRsaPrivateKey(const std::string& text) {
     if (stream == nullptr || !isAscii(text)) return nullptr;
     return plainKey(
         RsaKey(PEM_read_bio_RSAPrivateKey(stream.get(), nullptr, refusePassPhrase, nullptr)));
+}
+
+int bitsOf(const RsaKey& key) {
+    return RSA_bits(key.get());
+}
+
+PrivateKeyText examinePrivateKey(const std::string& text) {
+    if (readRsaPrivateKey(text) != nullptr) return PrivateKeyText::usable;
+    const std::size_t start = firstOpening(text);
+    if (start == std::string::npos) return PrivateKeyText::noKey;
+    const std::string opening = text.substr(start, text.find('\n', start) - start);
+    if (opening.find("PUBLIC KEY") != std::string::npos) return PrivateKeyText::publicKey;
+    if (opening.find("ENCRYPTED") != std::string::npos ||
+        text.find(kEncryptionHeader, start) != std::string::npos)
+        return PrivateKeyText::encrypted;
+    const Stream stream = streamOverText(text);
+    const Key other(stream == nullptr ? nullptr
+                                      : PEM_read_bio_PrivateKey(stream.get(), nullptr,
+                                                                refusePassPhrase, nullptr));
+    return other == nullptr ? PrivateKeyText::noKey : PrivateKeyText::otherKind;
 }
 
 }  // namespace quillmore

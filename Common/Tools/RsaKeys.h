@@ -19,4 +19,13 @@ RsaKey readRsaPublicKey(const std::string& text);
 /// Null when the text is no RSA private key without pass phrase.
 RsaKey readRsaPrivateKey(const std::string& text);
 
+/// Shorter keys can be broken, or soon will be.
+inline constexpr int kShortestSafeKey = 2048;
+/// The length of the modulus in bits.
+int bitsOf(const RsaKey& key);
+
+/// What stands where an RSA private key should.
+enum class PrivateKeyText { usable, encrypted, publicKey, otherKind, noKey };
+PrivateKeyText examinePrivateKey(const std::string& text);
+
 }  // namespace quillmore

@@ -1,22 +1,21 @@
-// RSA PKCS #1 v1.5 signatures over SHA-1, as bare functions: no log, no state, no library but
-// libcrypto, so that a privileged program can use them too. Keys are PEM text. Any thread.
+// RSA PKCS #1 v1.5 signatures, as bare functions: no log, no state, no library but libcrypto, so
+// that a privileged program can use them too. Keys are PEM text. Any thread.
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
-namespace quillmore {
+#include "Common/Tools/Digests.h"
 
-/// The data in pieces, which are digested one after the other as if they were one.
-using SignedParts = std::initializer_list<std::span<const std::uint8_t>>;
+namespace quillmore {
 
 /// As long as the key's modulus. Nothing when the text is no RSA private key without pass phrase.
 std::optional<std::vector<std::uint8_t>> rsaSignature(const std::string& privateKey,
-                                                      SignedParts data);
+                                                      SignedParts data,
+                                                      DigestKind kind = DigestKind::sha1);
 
 struct RsaVerification {
     enum class Result { valid, invalid, unusableKey };
@@ -28,6 +27,10 @@ struct RsaVerification {
 /// The key is read in SubjectPublicKeyInfo form only. A signature that is not exactly as long as
 /// the modulus, or whose padding is not exactly the one prescribed, is invalid.
 RsaVerification verifyRsaSignature(std::span<const std::uint8_t> signature,
-                                   const std::string& publicKey, SignedParts data);
+                                   const std::string& publicKey, SignedParts data,
+                                   DigestKind kind = DigestKind::sha1);
+/// The same for data that was digested before.
+RsaVerification verifyRsaSignature(std::span<const std::uint8_t> signature,
+                                   const std::string& publicKey, const Digest& digest);
 
 }  // namespace quillmore

@@ -53,6 +53,9 @@ TestKeys makeKeys() {
         pem([&](BIO* stream) { return PEM_write_bio_RSAPublicKey(stream, rsa); });
     keys.ellipticPublicKey =
         pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, elliptic); });
+    keys.ellipticPrivateKey = pem([&](BIO* stream) {
+        return PEM_write_bio_PrivateKey(stream, elliptic, nullptr, nullptr, 0, nullptr, nullptr);
+    });
     keys.pssPrivateKey = pem([&](BIO* stream) {
         return PEM_write_bio_PrivateKey(stream, pss, nullptr, nullptr, 0, nullptr, nullptr);
     });
@@ -71,15 +74,26 @@ const TestKeys& testKeys() {
     return keys;
 }
 
+RsaPair makeRsaPair(unsigned int bits) {
+    EVP_PKEY* pair = EVP_RSA_gen(bits);
+    RsaPair texts;
+    texts.privateKey = pem([&](BIO* stream) {
+        return PEM_write_bio_PrivateKey(stream, pair, nullptr, nullptr, 0, nullptr, nullptr);
+    });
+    texts.publicKey = pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, pair); });
+    EVP_PKEY_free(pair);
+    return texts;
+}
+
 std::vector<std::uint8_t> signatureByTheLibrary(const std::string& privateKey,
-                                                const std::string& data) {
+                                                const std::string& data, const char* digest) {
     BIO* stream = BIO_new_mem_buf(privateKey.data(), static_cast<int>(privateKey.size()));
     EVP_PKEY* key = PEM_read_bio_PrivateKey(stream, nullptr, nullptr, nullptr);
     EVP_MD_CTX* context = EVP_MD_CTX_new();
     std::vector<std::uint8_t> signature(1024);
     std::size_t size = signature.size();
     const std::span<const std::uint8_t> bytes = bytesOf(data);
-    if (EVP_DigestSignInit(context, nullptr, EVP_sha1(), nullptr, key) != 1 ||
+    if (EVP_DigestSignInit(context, nullptr, EVP_get_digestbyname(digest), nullptr, key) != 1 ||
         EVP_DigestSign(context, signature.data(), &size, bytes.data(), bytes.size()) != 1)
         throw std::runtime_error("the data cannot be signed");
     signature.resize(size);

@@ -14,14 +14,23 @@ struct TestKeys {
     std::string publicKey;            ///< SubjectPublicKeyInfo.
     std::string rsaOnlyPublicKey;     ///< "BEGIN RSA PUBLIC KEY".
     std::string ellipticPublicKey;    ///< SubjectPublicKeyInfo, but of another kind of key.
-    std::string pssPrivateKey;        ///< RSA for PSS signatures only.
+    std::string ellipticPrivateKey;
+    std::string pssPrivateKey;  ///< RSA for PSS signatures only.
     std::string pssPublicKey;
 };
 const TestKeys& testKeys();
 
-/// What the library's own one-call interface makes of the data with SHA-1 and PKCS #1 v1.5.
+/// A key pair of that many bits, made anew.
+struct RsaPair {
+    std::string privateKey;
+    std::string publicKey;
+};
+RsaPair makeRsaPair(unsigned int bits);
+
+/// What the library's own one-call interface makes of the data with PKCS #1 v1.5.
 std::vector<std::uint8_t> signatureByTheLibrary(const std::string& privateKey,
-                                                const std::string& data);
+                                                const std::string& data,
+                                                const char* digest = "SHA1");
 
 inline std::span<const std::uint8_t> bytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
