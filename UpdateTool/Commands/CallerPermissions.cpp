@@ -51,17 +51,15 @@ bool repairOwnCore(const Context& context, const std::string& path) {
     return true;
 }
 
-/// With root's rights: NAME.app/Contents/Resources/NAMECore.app in the Applications folder.
+/// With root's rights.
 void repairRootsCore(const Context& context, const std::string& path) {
-    const std::vector<std::string> parts = componentsOf(path);
-    const bool fits = parts.size() == 5 && "/" + parts[0] == kApplicationsFolder &&
-                      parts[1].ends_with(".app") && parts[2] == "Contents" &&
-                      parts[3] == "Resources";
-    if (!fits) fail(EX_NOPERM, "the folder " + quoted(path) + " is not the caller's to change");
+    if (!isCoreOfInstalledApplication(path))
+        fail(EX_NOPERM, "the folder " + quoted(path) + " is not the caller's to change");
     becomeRoot(context);
     const RunLock lock(context, RunLock::Missing::isMade);
-    const FileDescriptor folder = openTrustedFolder(context, splitPath(path).folder);
-    const FileDescriptor core(::openat(folder.get(), parts[4].c_str(), kFolderFlags));
+    const SplitPath split = splitPath(path);
+    const FileDescriptor folder = openTrustedFolder(context, split.folder);
+    const FileDescriptor core(::openat(folder.get(), split.name.c_str(), kFolderFlags));
     struct stat status {};
     if (!core || ::fstat(core.get(), &status) != 0)
         failWithSystemError(EX_NOINPUT, "cannot open the folder " + quoted(path));
@@ -108,6 +106,13 @@ void makePrivate(int folder, const std::vector<KeyPair>& keyPairs, const std::st
 }
 
 }  // namespace
+
+bool isCoreOfInstalledApplication(const std::string& path) {
+    const std::vector<std::string> parts = componentsOf(path);
+    return parts.size() == 5 && "/" + parts[0] == kApplicationsFolder &&
+           parts[1].ends_with(".app") && parts[2] == "Contents" && parts[3] == "Resources" &&
+           parts[4].ends_with(kCoreEnding);
+}
 
 void repairCore(const Context& context, const Arguments& arguments) {
     const std::string& path = arguments[0];

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <string_view>
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Disk/Paths.h"
@@ -64,8 +63,10 @@ std::string readInfo(int bundle, const char* path) {
     return count == status.st_size ? text : "";
 }
 
-std::optional<Version> versionInInfo(const std::string& text) {
-    const auto strings = stringsOfInfo(text);
+}  // namespace
+
+std::optional<Version> versionOfInfo(std::string_view propertyList) {
+    const auto strings = stringsOfInfo(propertyList);
     const auto valueOf = [&](const char* key) {
         const auto found = strings.find(key);
         return found == strings.end() ? std::string() : found->second;
@@ -76,8 +77,6 @@ std::optional<Version> versionInInfo(const std::string& text) {
     if (version && !build.empty()) (*version)[3] = takeNumber(number).value_or(0);
     return version;
 }
-
-}  // namespace
 
 std::optional<Version> versionOfTool(const Bytes& bytes) {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
@@ -113,7 +112,7 @@ std::optional<Version> versionOfBundle(const Context& context, int parent,
     if (!bundle || ::fstat(bundle.get(), &status) != 0 || !isTrusted(context, status))
         return std::nullopt;
     for (const char* path : kInfoPaths)
-        if (const auto version = versionInInfo(readInfo(bundle.get(), path))) return version;
+        if (const auto version = versionOfInfo(readInfo(bundle.get(), path))) return version;
     return std::nullopt;
 }
 

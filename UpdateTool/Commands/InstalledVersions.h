@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "UpdateTool/Ground/Context.h"
 
@@ -18,8 +19,10 @@ using Version = std::array<std::uint32_t, 4>;
 std::optional<Version> versionOfTool(const Bytes& bytes);
 /// The same of the installed one; it is read, never run.
 std::optional<Version> versionOfInstalledTool(int folder, const std::string& name);
-/// "CFBundleShortVersionString" and "CFBundleVersion" of a bundle or framework. Nothing when there
-/// is no readable property list or version, and for a bundle that others than root can change: it
+/// "CFBundleShortVersionString" with "CFBundleVersion" of an Info.plist. Nothing when it cannot be
+/// read or has no version.
+std::optional<Version> versionOfInfo(std::string_view propertyList);
+/// The same of a bundle or framework. Nothing for a bundle that others than root can change: it
 /// may say, and lead to, what they like.
 std::optional<Version> versionOfBundle(const Context& context, int parent, const std::string& name);
 

@@ -1,3 +1,5 @@
+#include "UpdateTool/Commands/CallerPermissions.h"
+
 #include "UpdateTool/Commands/FinderOverlay.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 
@@ -50,6 +52,25 @@ TEST_F(UpdateToolCore, RootsCoreElsewhereIsNotForOthers) {
     EXPECT_EQ(run({"repaircore", "/opt/QuillmoreCore.app"}), EX_NOPERM);
     EXPECT_EQ(modeOf("/opt/QuillmoreCore.app"), 0700u);
 }
+TEST_F(UpdateToolCore, AnothersCoreInTheApplicationsFolderIsNotForOthers) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to act for another user";
+    ::chmod(folder.path().c_str(), 0755);
+    makeFolder(kCore, 0700);
+    ASSERT_EQ(::chown(host(kCore).c_str(), 12346, 12346), 0);
+    context.callerUser = context.callerGroup = 12345;
+    EXPECT_EQ(run({"repaircore", kCore}), EX_NOPERM);
+    EXPECT_THAT(errors, HasSubstr("belongs to another user"));
+    EXPECT_EQ(modeOf(kCore), 0700u);
+}
+TEST_F(UpdateToolCore, RootsCoreSixPartsDeepIsNotForOthers) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to act for another user";
+    ::chmod(folder.path().c_str(), 0755);
+    const std::string core = kCore + "/ACore.app";
+    makeFolder(core, 0700);
+    context.callerUser = context.callerGroup = 12345;
+    EXPECT_EQ(run({"repaircore", core}), EX_NOPERM);
+    EXPECT_EQ(modeOf(core), 0700u);
+}
 TEST_F(UpdateToolCore, InputIsReadWithTheCallersRights) {
     if (::geteuid() != 0) GTEST_SKIP() << "needs root to act for another user";
     ::chmod(folder.path().c_str(), 0755);
@@ -61,7 +82,70 @@ TEST_F(UpdateToolCore, InputIsReadWithTheCallersRights) {
     EXPECT_EQ(::getegid(), context.group);
 }
 
+TEST(CoreOfAnInstalledApplication, PathHasFivePartsAndTheirNames) {
+    for (const char* path : {"/Applications/Quillmore.app/Contents/Resources/QuillmoreCore.app",
+                             "/Applications/A.app/Contents/Resources/Core.app"})
+        EXPECT_TRUE(updatetool::isCoreOfInstalledApplication(path)) << path;
+    for (const char* path :
+         {"/ACore.app", "/Applications/ACore.app", "/Applications/A.app/ACore.app",
+          "/Applications/A.app/Contents/ACore.app",
+          "/Applications/A.app/Contents/Resources/deeper/ACore.app",
+          "/Applications/deeper/A.app/Contents/Resources/ACore.app",
+          "/Applications/A.app/Contents/Resources/ACore.app/ACore.app",
+          "/applications/A.app/Contents/Resources/ACore.app",
+          "/opt/A.app/Contents/Resources/ACore.app", "/Applications/A/Contents/Resources/ACore.app",
+          "/Applications/A.app/contents/Resources/ACore.app",
+          "/Applications/A.app/Contents/resources/ACore.app",
+          "/Applications/A.app/Contents/Resources/A.app"})
+        EXPECT_FALSE(updatetool::isCoreOfInstalledApplication(path)) << path;
+}
+
 class UpdateToolKeypairs : public UpdateToolMachine {};
+
+TEST_F(UpdateToolKeypairs, KeyPairWithASecondNameLeavesAllAsItWas) {
+    makeFile(kKeypairs + "/a.xml", "key", 0644);
+    makeFile(kKeypairs + "/b.xml", "key", 0644);
+    makeFolder(kKeypairs, 0755);
+    std::filesystem::create_hard_link(host(kKeypairs + "/b.xml"), host("/second"));
+    EXPECT_EQ(run({"fixmonokeypairs", kKeypairs}), EX_NOPERM);
+    EXPECT_THAT(errors, HasSubstr("has a second name (a hard link): use a copy of it"));
+    EXPECT_EQ(modeOf(kKeypairs), 0755u);
+    EXPECT_EQ(modeOf(kKeypairs + "/a.xml"), 0644u);
+    EXPECT_EQ(modeOf("/second"), 0644u);
+}
+TEST_F(UpdateToolKeypairs, AnothersKeyPairLeavesAllAsItWas) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a file to another user";
+    makeFile(kKeypairs + "/a.xml", "key", 0644);
+    makeFolder(kKeypairs, 0755);
+    ASSERT_EQ(::chown(host(kKeypairs + "/a.xml").c_str(), 12345, 12345), 0);
+    EXPECT_EQ(run({"fixmonokeypairs", kKeypairs}), EX_NOPERM);
+    EXPECT_THAT(errors, HasSubstr("a key pair in \"" + kKeypairs + "\" belongs to another user"));
+    EXPECT_EQ(modeOf(kKeypairs), 0755u);
+    EXPECT_EQ(modeOf(kKeypairs + "/a.xml"), 0644u);
+}
+TEST_F(UpdateToolKeypairs, AnothersFolderIsRefused) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a folder to another user";
+    makeFolder(kKeypairs, 0755);
+    ASSERT_EQ(::chown(host(kKeypairs).c_str(), 12345, 12345), 0);
+    EXPECT_EQ(run({"fixmonokeypairs", kKeypairs}), EX_NOPERM);
+    EXPECT_EQ(modeOf(kKeypairs), 0755u);
+}
+TEST_F(UpdateToolKeypairs, FileOrLinkInTheFoldersPlaceIsRefused) {
+    makeFile(kKeypairs, "bytes", 0644);
+    EXPECT_EQ(run({"fixmonokeypairs", kKeypairs}), EX_NOINPUT);
+    EXPECT_THAT(errors, HasSubstr("is not a folder"));
+    EXPECT_EQ(modeOf(kKeypairs), 0644u);
+    makeFolder("/elsewhere", 0755);
+    std::filesystem::remove(host(kKeypairs));
+    std::filesystem::create_directory_symlink(host("/elsewhere"), host(kKeypairs));
+    EXPECT_EQ(run({"fixmonokeypairs", kKeypairs}), EX_NOINPUT);
+    EXPECT_EQ(modeOf("/elsewhere"), 0755u);
+}
+TEST_F(UpdateToolKeypairs, FoldersAmongThemAreLeftAlone) {
+    makeFolder(kKeypairs + "/folder", 0755);
+    EXPECT_EQ(run({"fixmonokeypairs", kKeypairs}), EX_OK) << errors;
+    EXPECT_EQ(modeOf(kKeypairs + "/folder"), 0755u);
+}
 
 TEST_F(UpdateToolKeypairs, FolderAndFilesBecomePrivate) {
     makeFile(kKeypairs + "/one.xml", "key", 0644);
