@@ -201,6 +201,32 @@ TEST_F(UpdateToolModes, BitIsNotGivenToAFileThatOthersMayWrite) {
     EXPECT_EQ(run({"repairpermissionsotherroot", "tool"}), EX_NOPERM);
     EXPECT_EQ(modeOf(installed), 0775u);
 }
+TEST_F(UpdateToolModes, BitIsGivenOnlyWhereRootAloneMayWrite) {
+    install("repairotherroot", "bytes");
+    makeFile(kProduct + "/updateqm", "bytes");
+    for (const mode_t mode : {0775, 0757, 0777, 0620, 0602}) {
+        chmodInstalled(mode);
+        ::chmod(host(kProduct + "/updateqm").c_str(), mode);
+        EXPECT_EQ(run({"repairpermissionsotherroot", "tool"}), EX_NOPERM) << mode;
+        EXPECT_THAT(errors, HasSubstr("could be changed by others"));
+        EXPECT_EQ(run({"repairpermissions"}), EX_NOPERM) << mode;
+        EXPECT_EQ(modeOf(installed), mode);
+    }
+}
+TEST_F(UpdateToolModes, BitIsNotGivenToAnothersFile) {
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a file to another user";
+    install("repairotherroot", "bytes");
+    ASSERT_EQ(::chown(host(installed).c_str(), 12345, 0), 0);
+    EXPECT_EQ(run({"repairpermissionsotherroot", "tool"}), EX_NOPERM);
+    EXPECT_EQ(modeOf(installed), 0755u);
+}
+TEST_F(UpdateToolModes, AnotherFileThanTheOneThatRunsIsNotAccepted) {
+    makeFile(kProduct + "/updateqm", "bytes", 0775);
+    makeFile("/elsewhere/updateqm", "bytes", 0775);
+    context.programPath = host("/elsewhere/updateqm");
+    EXPECT_EQ(run({"repairpermissions"}), EX_NOPERM);
+    EXPECT_EQ(modeOf(kProduct + "/updateqm"), 0775u);
+}
 TEST_F(UpdateToolModes, FileWithASecondNameIsRefused) {
     install("repairotherroot", "bytes");
     std::filesystem::create_hard_link(host(installed), host("/second"));

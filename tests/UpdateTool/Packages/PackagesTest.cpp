@@ -1,5 +1,6 @@
 #include "UpdateTool/Packages/Packages.h"
 
+#include "tests/UpdateTool/Refusal.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 
 namespace quillmore::tests {
@@ -72,6 +73,26 @@ TEST_F(UpdateToolInput, FileWithASecondNameIsRefusedWithARemedy) {
 TEST_F(UpdateToolInput, EndlessPathIsShownInPart) {
     EXPECT_EQ(run({"repaircore", "/" + std::string(100'000, 'x')}), EX_USAGE);
     EXPECT_LT(errors.size(), 2000u);
+}
+TEST_F(UpdateToolInput, FileHasTheBytesThatItsReaderAllowsAtMost) {
+    makeFile("/file", "12345");
+    EXPECT_EQ(refusalOf([&] { updatetool::readAsCaller(context, "/file", 5); }), "");
+    EXPECT_EQ(refusalOf([&] { updatetool::readAsCaller(context, "/file", 4); }),
+              "65: \"/file\" is too large");
+    EXPECT_EQ(updatetool::readAsCaller(context, "/file", 9),
+              (updatetool::Bytes{'1', '2', '3', '4', '5'}));
+}
+TEST_F(UpdateToolInput, SignatureHas16KiBAtMost) {
+    makeFile("/tool", "bytes");
+    makeFile("/tool.sig", std::string(16384, 'x'));
+    expectRefused("/tool", EX_DATAERR, "does not match");
+    makeFile("/tool.sig", std::string(16385, 'x'));
+    expectRefused("/tool", EX_DATAERR, "is too large");
+}
+TEST_F(UpdateToolInput, PackageHas1GiBAtMost) {
+    makeFile("/tool", "bytes");
+    std::filesystem::resize_file(host("/tool"), (std::uintmax_t{1} << 30) + 1);
+    expectRefused("/tool", EX_DATAERR, "\"/tool\" is too large");
 }
 
 }  // namespace
