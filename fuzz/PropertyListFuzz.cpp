@@ -1,4 +1,5 @@
 // Any bytes either give an error or a value that is written and read back as the same value.
+// Another reader of binary lists finds the same one, or cannot read it.
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -6,6 +7,7 @@
 
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Values/TextEncoding.h"
+#include "tests/Platform/Formats/PropertyListOracle.h"
 
 namespace {
 
@@ -36,12 +38,16 @@ bool hasXmlForm(const Value& value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto list = parsePropertyList({reinterpret_cast<const char*>(data), size});
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    const auto list = parsePropertyList(bytes);
     if (!list) {
         if (!isUtf8(list.error().localizedDescription())) std::abort();
         return 0;
     }
     if (!isUtf8(list->description())) std::abort();
+    if (bytes.starts_with("bplist") &&
+        !quillmore::tests::PropertyListOracle::agrees(bytes, *list).value_or(true))
+        std::abort();
     const auto copy = parsePropertyList(writePropertyList(*list));
     if (!copy) std::abort();
     if (hasXmlForm(*list) && !(*copy == *list)) std::abort();

@@ -1,4 +1,4 @@
-// Reading and writing property lists: XML by pugixml, binary by libplist.
+// Reading and writing property lists: XML by pugixml, binary by a checked table of our own.
 // Any input is safe: size, depth and kind are bounded and every failure is an error that says why.
 #pragma once
 

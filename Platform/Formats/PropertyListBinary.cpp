@@ -1,8 +1,10 @@
-#include <plist/plist.h>
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <optional>
+#include <vector>
 
-#include <cstdlib>
-#include <memory>
-
+#include "Platform/Formats/PropertyList.h"
 #include "Platform/Formats/PropertyListBinaryTable.h"
 #include "Platform/Formats/PropertyListFormats.h"
 #include "Platform/Values/TextEncoding.h"
@@ -11,115 +13,156 @@ namespace quillmore::platform {
 
 namespace {
 
-struct PlistDeleter {
-    void operator()(void* tree) const { plist_free(tree); }
-};
-struct MemoryDeleter {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using Tree = std::unique_ptr<void, PlistDeleter>;
-template <class T>
-using Memory = std::unique_ptr<T, MemoryDeleter>;
+/// Text and data of all values together, counted as often as they occur.
+constexpr std::uint64_t kMaximumContentBytes = 2 * kMaximumPropertyListBytes;
 
 Error damaged(std::string_view fault) {
     return Error::file("the binary property list is damaged: " + std::string(fault));
 }
 
-/// Turns libplist's tree into values. The object table goes along beside the tree, because libplist
-/// gives dates out in 32 bits, the longest integers without their sign and text only up to a zero
-/// character. Recursion is bounded: the check before has measured the depth.
-class TreeReader {
-public:
-    explicit TreeReader(const BinaryObjectTable& table) : table_(table) {}
+/// Up to eight bytes; the longest form (16 bytes) is signed and saturates. As in every reader of
+/// the format the forms of 1, 2 and 4 bytes have no sign, that of 8 has one.
+std::int64_t integerOf(std::string_view content) {
+    const auto low = static_cast<std::int64_t>(bigEndianNumber(content));
+    if (content.size() <= 8) return low;
+    const auto high = static_cast<std::int64_t>(bigEndianNumber(content.substr(0, 8)));
+    const bool fits = high == (low < 0 ? -1 : 0);
+    if (fits) return low;
+    return high < 0 ? std::numeric_limits<std::int64_t>::min()
+                    : std::numeric_limits<std::int64_t>::max();
+}
 
-    /// `number` is the object which the node was made of.
-    Value read(plist_t node, std::uint64_t number) const {
-        switch (plist_get_node_type(node)) {
-            case PLIST_BOOLEAN:
-                return readBoolean(node);
-            case PLIST_UINT:
-                return binaryInteger(contentOf(number));
-            case PLIST_REAL:
-                return readReal(node);
-            case PLIST_DATE:
-                return Date{binaryReal(contentOf(number))};
-            case PLIST_STRING:
-                return readString(table_.object(number).value_or(BinaryObject{}));
-            case PLIST_DATA:
-                return readData(node);
-            case PLIST_ARRAY:
-                return readArray(node, number);
-            case PLIST_DICT:
-                return readDictionary(node, number);
-            default:
-                return {};
-        }
+double realOf(std::string_view content) {
+    const std::uint64_t bits = bigEndianNumber(content);
+    if (content.size() == sizeof(float)) {
+        return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+    }
+    return std::bit_cast<double>(bits);
+}
+
+std::optional<std::string> textOf(const BinaryObject& object) {
+    if (object.kind == BinaryKind::utf16) {
+        return utf8FromUtf16(object.content, ByteOrder::bigEndian);
+    }
+    if (!isUtf8(object.content)) return std::nullopt;
+    return std::string(object.content);
+}
+
+/// Follows every reference from the top object and makes values of what it finds. An object that
+/// several refer to is made, and counted, for each of them.
+class BinaryReader {
+public:
+    explicit BinaryReader(const BinaryObjectTable& table) : table_(table) {}
+
+    Result<Value> read() {
+        Value value;
+        if (readValue(table_.topObject(), value)) return value;
+        return damaged(fault_);
     }
 
 private:
-    std::string_view contentOf(std::uint64_t number) const {
-        return table_.object(number).value_or(BinaryObject{}).content;
+    bool fail(std::string fault) {
+        fault_ = std::move(fault);
+        return false;
     }
 
-    static Value readBoolean(plist_t node) {
-        std::uint8_t value = 0;
-        plist_get_bool_val(node, &value);
-        return value != 0;
+    bool readValue(std::uint64_t number, Value& value) {
+        const auto object = table_.object(number);
+        if (!object) return fail("an object outside the file or of an unknown kind");
+        if (++values_ > kMaximumPropertyListValues) return fail("too many values");
+        if (object->kind == BinaryKind::array || object->kind == BinaryKind::dictionary) {
+            return readContainer(number, *object, value);
+        }
+        contentBytes_ += object->content.size();
+        if (contentBytes_ > kMaximumContentBytes) return fail("too much text and data");
+        return readScalar(*object, value);
     }
 
-    static Value readReal(plist_t node) {
-        double value = 0;
-        plist_get_real_val(node, &value);
-        return value;
+    bool readScalar(const BinaryObject& object, Value& value) {
+        switch (object.kind) {
+            case BinaryKind::boolean:
+                value = object.count != 0;
+                return true;
+            case BinaryKind::integer:
+                value = integerOf(object.content);
+                return true;
+            case BinaryKind::real:
+                value = realOf(object.content);
+                return true;
+            case BinaryKind::date:
+                value = Date{realOf(object.content)};
+                return true;
+            case BinaryKind::data:
+                value = Data{{object.content.begin(), object.content.end()}};
+                return true;
+            default:
+                return readText(object, value);
+        }
     }
 
-    static Value readString(const BinaryObject& object) {
-        if (object.kind == BinaryKind::ascii) return object.content;
-        return utf8FromUtf16(object.content, ByteOrder::bigEndian).value_or("");
+    bool readText(const BinaryObject& object, Value& value) {
+        auto text = textOf(object);
+        if (!text) return fail("text that is not Unicode");
+        value = *std::move(text);
+        return true;
     }
 
-    static Value readData(plist_t node) {
-        std::uint64_t length = 0;
-        const char* bytes = plist_get_data_ptr(node, &length);
-        if (bytes == nullptr) return Data{};
-        return Data{{bytes, bytes + length}};
+    /// Recursion ends at the depth of the path, which also finds a container that holds itself.
+    bool readContainer(std::uint64_t number, const BinaryObject& container, Value& value) {
+        if (std::find(path_.begin(), path_.end(), number) != path_.end()) {
+            return fail("a container inside itself");
+        }
+        if (path_.size() >= std::size_t{kMaximumPropertyListDepth}) {
+            return fail("too many nested containers");
+        }
+        path_.push_back(number);
+        const bool isRead = container.kind == BinaryKind::array ? readArray(container, value)
+                                                                : readDictionary(container, value);
+        path_.pop_back();
+        return isRead;
     }
 
-    Value readArray(plist_t node, std::uint64_t number) const {
-        const BinaryObject object = table_.object(number).value_or(BinaryObject{});
-        plist_array_iter iterator = nullptr;
-        plist_array_new_iter(node, &iterator);
-        const Memory<void> owner(iterator);
+    bool readArray(const BinaryObject& container, Value& value) {
         Array array;
-        array.reserve(object.count);
-        for (std::uint64_t index = 0; index < object.count; ++index) {
-            plist_t item = nullptr;
-            plist_array_next_item(node, iterator, &item);
-            if (item == nullptr) break;
-            array.push_back(read(item, table_.reference(object, index)));
+        for (std::uint64_t index = 0; index < container.count; ++index) {
+            if (!readValue(table_.reference(container, index), array.emplace_back())) return false;
         }
-        return array;
+        value = std::move(array);
+        return true;
     }
 
-    Value readDictionary(plist_t node, std::uint64_t number) const {
-        const BinaryObject object = table_.object(number).value_or(BinaryObject{});
-        plist_dict_iter iterator = nullptr;
-        plist_dict_new_iter(node, &iterator);
-        const Memory<void> owner(iterator);
+    bool readDictionary(const BinaryObject& container, Value& value) {
         Dictionary dictionary;
-        for (std::uint64_t index = 0; index < object.count; ++index) {
-            char* key = nullptr;
-            plist_t item = nullptr;
-            plist_dict_next_item(node, iterator, &key, &item);
-            const Memory<char> keyOwner(key);
-            if (key == nullptr || item == nullptr) break;
-            dictionary.insert_or_assign(key,
-                                        read(item, table_.reference(object, object.count + index)));
+        std::string key;
+        for (std::uint64_t index = 0; index < container.count; ++index) {
+            if (!readKey(table_.reference(container, index), key)) return false;
+            // Of a key that occurs twice the last value holds.
+            Value& entry = dictionary[key];
+            if (!readValue(table_.reference(container, container.count + index), entry)) {
+                return false;
+            }
         }
-        return dictionary;
+        value = std::move(dictionary);
+        return true;
+    }
+
+    bool readKey(std::uint64_t number, std::string& key) {
+        const auto object = table_.object(number);
+        if (object && object->kind != BinaryKind::ascii && object->kind != BinaryKind::utf16) {
+            return fail("a key that is not text");
+        }
+        Value text;
+        if (!readValue(number, text)) return false;
+        key = *text.string();
+        // Deliberate: readers that hold keys as C strings would take it for another one.
+        return key.find('\0') == std::string::npos || fail("a key with a zero character");
     }
 
     const BinaryObjectTable& table_;
+    std::vector<std::uint64_t> path_;  ///< Containers from the top one down to this.
+    std::size_t values_ = 0;
+    std::uint64_t contentBytes_ = 0;
+    std::string fault_;
 };
 
 }  // namespace
@@ -127,12 +170,8 @@ private:
 Result<Value> parseBinaryPropertyList(std::string_view bytes) {
     const auto table = BinaryObjectTable::open(bytes);
     if (!table) return damaged("the trailer does not fit the file");
-    if (const auto fault = faultOf(*table)) return damaged(*fault);
-    plist_t root = nullptr;
-    plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
-    const Tree tree(root);
-    if (!tree) return damaged("libplist cannot read it");
-    return TreeReader(*table).read(tree.get(), table->topObject());
+    if (!bytes.starts_with("bplist00")) return damaged("an unknown version of the format");
+    return BinaryReader(*table).read();
 }
 
 }  // namespace quillmore::platform

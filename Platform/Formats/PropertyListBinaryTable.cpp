@@ -1,22 +1,13 @@
 #include "Platform/Formats/PropertyListBinaryTable.h"
 
-#include <algorithm>
-#include <bit>
-#include <limits>
-#include <vector>
-
-#include "Platform/Formats/PropertyList.h"
-#include "Platform/Formats/PropertyListFormats.h"
-#include "Platform/Values/TextEncoding.h"
-
 namespace quillmore::platform {
 
 namespace {
 
 constexpr std::size_t kHeaderBytes = 8;
+constexpr std::uint8_t kFalse = 0x08;
+constexpr std::uint8_t kTrue = 0x09;
 constexpr std::size_t kTrailerBytes = 32;
-/// Text and data of all values together, counted as often as they occur.
-constexpr std::uint64_t kMaximumContentBytes = 2 * kMaximumPropertyListBytes;
 
 std::uint8_t byteAt(std::string_view bytes, std::size_t index) {
     return static_cast<std::uint8_t>(bytes[index]);
@@ -33,8 +24,8 @@ std::size_t numberBytes(BinaryKind kind, unsigned exponent) {
 std::optional<BinaryKind> kindOf(std::uint8_t marker) {
     switch (marker >> 4) {
         case 0x0:
-            // 8 and 9 are the booleans; null and fill have no place in a property list.
-            if (marker == 0x08 || marker == 0x09) return BinaryKind::constant;
+            // Null and fill have no place in a property list.
+            if (marker == kFalse || marker == kTrue) return BinaryKind::boolean;
             return std::nullopt;
         case 0x1:
             return BinaryKind::integer;
@@ -57,92 +48,6 @@ std::optional<BinaryKind> kindOf(std::uint8_t marker) {
     }
 }
 
-class TableChecker {
-public:
-    explicit TableChecker(const BinaryObjectTable& table) : table_(table) {}
-
-    std::optional<std::string> check() {
-        visit(table_.topObject());
-        return std::move(fault_);
-    }
-
-private:
-    bool fail(std::string fault) {
-        fault_ = std::move(fault);
-        return false;
-    }
-
-    bool visit(std::uint64_t number) {
-        const auto object = table_.object(number);
-        if (!object) return fail("an object outside the file or of an unknown kind");
-        if (++values_ > kMaximumPropertyListValues) return fail("too many values");
-        switch (object->kind) {
-            case BinaryKind::array:
-            case BinaryKind::dictionary:
-                return visitContainer(number, *object);
-            case BinaryKind::ascii:
-            case BinaryKind::utf16:
-                return countContent(*object) && checkText(*object);
-            default:
-                return countContent(*object);
-        }
-    }
-
-    bool countContent(const BinaryObject& object) {
-        contentBytes_ += object.content.size();
-        return contentBytes_ <= kMaximumContentBytes || fail("too much text and data");
-    }
-
-    bool checkText(const BinaryObject& object) {
-        const bool isSound = object.kind == BinaryKind::ascii
-                                 ? isUtf8(object.content)
-                                 : utf8FromUtf16(object.content, ByteOrder::bigEndian).has_value();
-        return isSound || fail("text that is not Unicode");
-    }
-
-    bool visitContainer(std::uint64_t number, const BinaryObject& container) {
-        if (std::find(path_.begin(), path_.end(), number) != path_.end()) {
-            return fail("a container inside itself");
-        }
-        if (path_.size() >= std::size_t{kMaximumPropertyListDepth}) {
-            return fail("too many nested containers");
-        }
-        path_.push_back(number);
-        const bool isDictionary = container.kind == BinaryKind::dictionary;
-        const std::uint64_t references = isDictionary ? container.count * 2 : container.count;
-        for (std::uint64_t index = 0; index < references; ++index) {
-            const std::uint64_t reference = table_.reference(container, index);
-            if (isDictionary && index < container.count && !isKey(reference)) return false;
-            if (!visit(reference)) return false;
-        }
-        path_.pop_back();
-        return true;
-    }
-
-    /// libplist hands keys out as C strings: a zero character would cut one short.
-    bool isKey(std::uint64_t number) {
-        const auto object = table_.object(number);
-        if (!object) return true;  // `visit` says what is wrong.
-        if (object->kind == BinaryKind::ascii) {
-            return object->content.find('\0') == std::string_view::npos ||
-                   fail("a key with a zero character");
-        }
-        if (object->kind != BinaryKind::utf16) return fail("a key that is not text");
-        for (std::size_t index = 0; index < object->content.size(); index += 2) {
-            if (object->content[index] == 0 && object->content[index + 1] == 0) {
-                return fail("a key with a zero character");
-            }
-        }
-        return true;
-    }
-
-    const BinaryObjectTable& table_;
-    std::vector<std::uint64_t> path_;
-    std::size_t values_ = 0;
-    std::uint64_t contentBytes_ = 0;
-    std::optional<std::string> fault_;
-};
-
 }  // namespace
 
 std::uint64_t bigEndianNumber(std::string_view bytes) {
@@ -151,24 +56,6 @@ std::uint64_t bigEndianNumber(std::string_view bytes) {
         number = number << 8 | byteAt(bytes, index);
     }
     return number;
-}
-
-std::int64_t binaryInteger(std::string_view content) {
-    const auto low = static_cast<std::int64_t>(bigEndianNumber(content));
-    if (content.size() <= 8) return low;
-    const auto high = static_cast<std::int64_t>(bigEndianNumber(content.substr(0, 8)));
-    const bool fits = high == (low < 0 ? -1 : 0);
-    if (fits) return low;
-    return high < 0 ? std::numeric_limits<std::int64_t>::min()
-                    : std::numeric_limits<std::int64_t>::max();
-}
-
-double binaryReal(std::string_view content) {
-    const std::uint64_t bits = bigEndianNumber(content);
-    if (content.size() == sizeof(float)) {
-        return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
-    }
-    return std::bit_cast<double>(bits);
 }
 
 std::optional<BinaryObjectTable> BinaryObjectTable::open(std::string_view bytes) {
@@ -210,7 +97,7 @@ std::optional<BinaryObject> BinaryObjectTable::object(std::uint64_t number) cons
     const auto kind = kindOf(marker);
     if (!kind) return std::nullopt;
     BinaryObject object{*kind, marker & 0x0FU, {}};
-    if (*kind == BinaryKind::constant) return object;
+    if (*kind == BinaryKind::boolean) return BinaryObject{*kind, marker == kTrue, {}};
     std::uint64_t unit = 1;
     if (*kind == BinaryKind::integer || *kind == BinaryKind::real || *kind == BinaryKind::date) {
         object.count = numberBytes(*kind, marker & 0x0FU);
@@ -229,10 +116,6 @@ std::optional<BinaryObject> BinaryObjectTable::object(std::uint64_t number) cons
 std::uint64_t BinaryObjectTable::reference(const BinaryObject& container,
                                            std::uint64_t index) const {
     return bigEndianNumber(container.content.substr(index * referenceSize_, referenceSize_));
-}
-
-std::optional<std::string> faultOf(const BinaryObjectTable& table) {
-    return TableChecker(table).check();
 }
 
 }  // namespace quillmore::platform

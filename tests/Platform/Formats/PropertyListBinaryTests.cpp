@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 #include <limits>
-#include <memory>
 
 #include "Platform/Formats/PropertyList.h"
+#include "tests/Platform/Formats/BinaryPropertyList.h"
 
 namespace quillmore::tests {
 namespace {
@@ -16,38 +15,6 @@ using platform::Date;
 using platform::Dictionary;
 using platform::parsePropertyList;
 using platform::Value;
-
-std::string bigEndian(std::uint64_t number, int bytes) {
-    std::string text;
-    for (int index = bytes - 1; index >= 0; --index) {
-        text += static_cast<char>(number >> (index * 8) & 0xFF);
-    }
-    return text;
-}
-
-/// The fields of a file, each of which a test can make wrong.
-struct BinaryFile {
-    std::vector<std::string> objects;
-    int referenceSize = 1;
-    int offsetSize = 4;
-    std::uint64_t topObject = 0;
-    std::optional<std::uint64_t> objectCount = {};
-    std::optional<std::uint64_t> tableOffset = {};
-
-    std::string bytes() const {
-        std::string file = "bplist00";
-        std::string offsets;
-        for (const std::string& object : objects) {
-            offsets += bigEndian(file.size(), offsetSize);
-            file += object;
-        }
-        const std::uint64_t table = tableOffset.value_or(file.size());
-        file += offsets + std::string(6, '\0') + static_cast<char>(offsetSize) +
-                static_cast<char>(referenceSize);
-        return file + bigEndian(objectCount.value_or(objects.size()), 8) + bigEndian(topObject, 8) +
-               bigEndian(table, 8);
-    }
-};
 
 Value valueOf(const BinaryFile& file) {
     const auto list = parsePropertyList(file.bytes());
@@ -73,6 +40,8 @@ TEST(PropertyListBinary, ReadsIntegersOfEveryWidth) {
     EXPECT_EQ(valueOf({{"\x10\xFF"}}), Value(255));
     EXPECT_EQ(valueOf({{"\x11\x01\x02"}}), Value(258));
     EXPECT_EQ(valueOf({{"\x12" + bigEndian(0xFFFFFFFF, 4)}}), Value(std::int64_t{0xFFFFFFFF}));
+    EXPECT_EQ(valueOf({{"\x13" + bigEndian(5'000'000'000, 8)}}),
+              Value(std::int64_t{5'000'000'000}));
     EXPECT_EQ(valueOf({{"\x13" + bigEndian(~0ULL, 8)}}), Value(-1));
 }
 
@@ -145,21 +114,6 @@ TEST(PropertyListBinary, OfAKeyThatOccursTwiceTheLastValueHolds) {
                         "a",
                         "\x08", "\x09"}}),
               Value(Dictionary{{"a", true}}));
-}
-
-TEST(PropertyListBinary, ReadsWhatLibplistWrites) {
-    const std::unique_ptr<void, void (*)(plist_t)> root(plist_new_dict(), plist_free);
-    plist_dict_set_item(root.get(), "text", plist_new_string("ä€"));
-    plist_dict_set_item(root.get(), "number", plist_new_uint(1'000'000));
-    plist_dict_set_item(root.get(), "date", plist_new_date(86400, 0));
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    plist_to_bin(root.get(), &bytes, &length);
-    const std::unique_ptr<char, void (*)(char*)> owner(bytes, plist_to_bin_free);
-    const auto list = parsePropertyList(std::string_view(bytes, length));
-    ASSERT_TRUE(list.hasValue());
-    EXPECT_EQ(*list,
-              Value(Dictionary{{"text", "ä€"}, {"number", 1'000'000}, {"date", Date{86400}}}));
 }
 
 TEST(PropertyListBinary, TrailersThatDoNotFitAreRefused) {
@@ -281,9 +235,19 @@ TEST(PropertyListBinary, SharedTextThatMultipliesIsRefused) {
     EXPECT_EQ(faultIn(file), "too much text and data");
 }
 
-TEST(PropertyListBinary, EmptyTextOfTheWideFormIsRefused) {
-    // libplist's limit; writers give empty text the narrow form.
-    EXPECT_EQ(faultIn(BinaryFile{{"\x60"}}), "libplist cannot read it");
+TEST(PropertyListBinary, EmptyTextOfTheWideFormSpoilsNothing) {
+    EXPECT_EQ(valueOf({{"\x60"}}), Value(""));
+    EXPECT_EQ(valueOf({{"\xD2\1\2\3\1", "\x60",
+                        "\x51"
+                        "a",
+                        "\x10\5"}}),
+              Value(Dictionary{{"", 5}, {"a", ""}}));
+}
+
+TEST(PropertyListBinary, OtherVersionsOfTheFormatAreRefused) {
+    std::string bytes = BinaryFile{{"\x09"}}.bytes();
+    bytes[7] = '1';
+    EXPECT_EQ(faultIn(bytes), "an unknown version of the format");
 }
 
 }  // namespace
