@@ -83,10 +83,6 @@ bool FileManager::isWritable(std::string_view path) const {
     return isUsable(path) && ::access(hostPath(path).c_str(), W_OK) == 0;
 }
 
-bool FileManager::isExecutable(std::string_view path) const {
-    return isUsable(path) && ::access(hostPath(path).c_str(), X_OK) == 0;
-}
-
 std::optional<FileAttributes> FileManager::attributes(std::string_view path) const {
     struct stat status = {};
     if (!isUsable(path) || ::lstat(hostPath(path).c_str(), &status) != 0) return std::nullopt;

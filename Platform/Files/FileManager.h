@@ -40,7 +40,6 @@ public:
     bool fileExists(std::string_view path) const;
     bool isDirectory(std::string_view path) const;
     virtual bool isWritable(std::string_view path) const;
-    bool isExecutable(std::string_view path) const;
     /// Of the item itself: a final symbolic link is not followed.
     virtual std::optional<FileAttributes> attributes(std::string_view path) const;
     /// Names in the folder, in byte order, without "." and "..".

@@ -27,12 +27,6 @@ void ConditionLock::unlockWithCondition(std::int64_t condition) {
     changed_.notify_all();
 }
 
-void ConditionLock::lockWhenCondition(std::int64_t condition) {
-    std::unique_lock guard(mutex_);
-    changed_.wait(guard, [&] { return !held_ && condition_ == condition; });
-    held_ = true;
-}
-
 bool ConditionLock::lockWhenConditionBefore(std::int64_t condition, Deadline deadline) {
     std::unique_lock guard(mutex_);
     if (!changed_.wait_until(guard, deadline, [&] { return !held_ && condition_ == condition; }))

@@ -21,7 +21,6 @@ public:
     void unlock();
     /// Gives the lock back with a new condition.
     void unlockWithCondition(std::int64_t condition);
-    void lockWhenCondition(std::int64_t condition);
     /// False when the deadline passed first; then the lock is not held.
     bool lockWhenConditionBefore(std::int64_t condition, Deadline deadline);
     /// Exact only while the caller holds the lock.

@@ -37,7 +37,6 @@ TEST(FileManagerQuestions, EmptyPathIsNothingAlthoughTheRootIsThere) {
     EXPECT_FALSE(disk.files.fileExists(""));
     EXPECT_FALSE(disk.files.isDirectory(""));
     EXPECT_FALSE(disk.files.isWritable(""));
-    EXPECT_FALSE(disk.files.isExecutable(""));
     EXPECT_FALSE(disk.files.attributes("").has_value());
     EXPECT_FALSE(disk.files.identity("").has_value());
     EXPECT_EQ(disk.files.contentsOfDirectory("").error(), Error::posix(ENOENT));
@@ -68,15 +67,6 @@ TEST(FileManagerQuestions, IdentityTellsFoldersApart) {
     disk.makeFolder("/two");
     EXPECT_TRUE(disk.files.identity("/one").has_value());
     EXPECT_NE(disk.files.identity("/one"), disk.files.identity("/two"));
-}
-
-TEST(FileManagerQuestions, ExecutableIsAMatterOfTheBits) {
-    TemporaryFiles disk;
-    disk.makeFile("/tool", "x", 0755);
-    disk.makeFile("/text", "x", 0644);
-    EXPECT_TRUE(disk.files.isExecutable("/tool"));
-    EXPECT_FALSE(disk.files.isExecutable("/text"));
-    EXPECT_FALSE(disk.files.isExecutable("/missing"));
 }
 
 TEST(FileManagerQuestions, WritableIsWhatTheUserMayWrite) {

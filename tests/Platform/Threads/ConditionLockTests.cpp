@@ -10,6 +10,8 @@
 namespace quillmore::platform {
 namespace {
 
+constexpr ConditionLock::Deadline kNever = ConditionLock::Deadline::max();
+
 ConditionLock::Deadline past() {
     return std::chrono::steady_clock::now() - std::chrono::seconds(1);
 }
@@ -33,8 +35,6 @@ TEST(ConditionLock, UnlockKeepsTheConditionUnlessGivenANewOne) {
 
 TEST(ConditionLock, IsHadAtOnceWhenTheConditionHolds) {
     ConditionLock lock(4);
-    lock.lockWhenCondition(4);
-    lock.unlock();
     EXPECT_TRUE(lock.lockWhenConditionBefore(4, past()));
     lock.unlock();
 }
@@ -65,7 +65,7 @@ TEST(ConditionLock, WaiterGetsItWhenTheConditionComes) {
         lock.lock();
         lock.unlockWithCondition(2);
     });
-    lock.lockWhenCondition(2);
+    EXPECT_TRUE(lock.lockWhenConditionBefore(2, kNever));
     EXPECT_EQ(lock.condition(), 2);
     lock.unlock();
 }
@@ -76,7 +76,7 @@ TEST(ConditionLock, FarDeadlineWaitsForTheCondition) {
         lock.lock();
         lock.unlockWithCondition(7);
     });
-    EXPECT_TRUE(lock.lockWhenConditionBefore(7, ConditionLock::Deadline::max()));
+    EXPECT_TRUE(lock.lockWhenConditionBefore(7, kNever));
     lock.unlock();
 }
 
@@ -88,7 +88,7 @@ TEST(ConditionLock, StateIsHandedRoundTheThreadsInTurn) {
         for (std::int64_t mine = 0; mine < 3; ++mine)
             threads.emplace_back([&, mine] {
                 for (int round = 0; round < 100; ++round) {
-                    lock.lockWhenCondition(mine);
+                    EXPECT_TRUE(lock.lockWhenConditionBefore(mine, kNever));
                     turns.push_back(mine);
                     lock.unlockWithCondition((mine + 1) % 3);
                 }
@@ -122,10 +122,7 @@ int countTogether(ConditionLock& lock, Take take) {
 TEST(ConditionLock, ExcludesLikeAMutex) {
     ConditionLock lock(3);
     EXPECT_EQ(countTogether(lock, [&] { lock.lock(); }), 800);
-    EXPECT_EQ(countTogether(lock, [&] { lock.lockWhenCondition(3); }), 800);
-    EXPECT_EQ(countTogether(
-                  lock, [&] { lock.lockWhenConditionBefore(3, ConditionLock::Deadline::max()); }),
-              800);
+    EXPECT_EQ(countTogether(lock, [&] { lock.lockWhenConditionBefore(3, kNever); }), 800);
 }
 
 TEST(ConditionLock, NameIsAbsentUntilSet) {
