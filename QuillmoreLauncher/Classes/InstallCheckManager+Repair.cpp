@@ -7,6 +7,7 @@
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Threads/Clock.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
+#include "QuillmoreLauncher/Classes/ItemTypes.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 #include "QuillmoreLauncher/Quillmore_LauncherAppDelegate.h"
 
@@ -118,18 +119,10 @@ bool InstallCheckManager::repairZIPArchiveItem(const RequiredItem& item) {
 
 /// One entry of the second pass; true also when there is nothing to do for it.
 bool InstallCheckManager::repairItem(const RequiredItem& item) {
-    const auto type = item.type();
-    if (hasStatus(item, kStatusOK)) return true;
-    if (type == kTypeCoreApp) return repairCoreApp(item);
-    if (type == kTypeQMTool) return item.name() == kNameUpdateTool || repairQMTool(item);
-
-    if (hasStatus(item, kStatusNotRequired)) return true;
-    if (type == kTypeFinderCM || type == kTypeFinderOverlayInsert)
-        return repairZIPArchiveItem(item);
-    if (type == kTypeQMToolRoot) return item.name() == kNameUpdateTool || repairQMToolRoot(item);
-    if (type == kTypeFramework) return !item.installer() || repairFramework(item);
-    if (type == kTypeBundle) return !item.installer() || repairBundle(item);
-    return true;
+    const ItemType* type = itemTypeOf(item);
+    if (type == nullptr || !isRepairedByRun(*type, item)) return true;
+    if (hasStatus(item, kStatusOK) || hasStatus(item, kStatusNotRequired)) return true;
+    return (this->*type->repair)(item);
 }
 
 bool InstallCheckManager::repairEverything() {

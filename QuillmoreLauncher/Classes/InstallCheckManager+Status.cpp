@@ -4,6 +4,7 @@
 #include "Common/utils/Logging.h"
 #include "Platform/Values/Exception.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
+#include "QuillmoreLauncher/Classes/ItemTypes.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 
 namespace quillmore {
@@ -40,24 +41,12 @@ void InstallCheckManager::updateStatus() {
     std::int32_t index = 0;
     for (const RequiredItem& item : requiredItemsList) {
         logDetail("Checking %@ \"%@\"...", item.type(), item.name());
-        updateItem(item, index);
+        if (const ItemType* type = itemTypeOf(item)) (this->*type->updateStatus)(item, index);
         logVerbose("Install check: %@ \"%@\" is \"%@\"", item.type(), item.name(),
                    requiredItemsStatusList[static_cast<std::size_t>(index)]);
         ++index;
     }
     logDetail("Updated status");
-}
-
-void InstallCheckManager::updateItem(const RequiredItem& item, std::int32_t atIndex) {
-    const auto type = item.type();
-    if (type == kTypeCoreApp) updateRequiredItemStatusCoreApp(item, atIndex);
-    if (type == kTypeFramework) updateRequiredItemStatusFramework(item, atIndex);
-    if (type == kTypeBundle) updateRequiredItemStatusBundle(item, atIndex);
-    if (type == kTypeQMTool) updateRequiredItemStatusTool(item, atIndex);
-    if (type == kTypeQMToolRoot) updateRequiredItemStatusToolRoot(item, atIndex);
-    if (type == kTypeFinderCM) updateRequiredItemStatusFinderCM(item, atIndex);
-    if (type == kTypeFinderOverlayInsert)
-        updateRequiredItemStatusFinderOverlayInsert(item, atIndex);
 }
 
 void InstallCheckManager::setStatus(std::int32_t atIndex, const char* word) {

@@ -101,7 +101,6 @@ private:
     void readCatalogue();
     void setStatus(std::int32_t atIndex, const char* word);
     void count(std::int32_t atIndex, const char* word);
-    void updateItem(const RequiredItem& item, std::int32_t atIndex);
     bool hasStatus(const RequiredItem& item, const char* word) const;
     bool isOutdated(const RequiredItem& item) const;
     bool repairItem(const RequiredItem& item);
