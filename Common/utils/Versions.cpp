@@ -1,6 +1,7 @@
 #include "Common/utils/Versions.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
@@ -77,26 +78,22 @@ std::int32_t buildNumberFromVersionStr(std::string_view versionString) {
     return platform::int32FromText(trimmed(vAndB[1], "()"));
 }
 
-void microsoftStyleVersionFromString(std::string_view string, std::int32_t& major,
-                                     std::int32_t& minor, std::int32_t& build,
-                                     std::int32_t& revision) {
-    major = minor = build = revision = 0;
+bool isOlderRelease(const Version& version, const Version& than) {
+    return std::tie(version.major, version.minor) < std::tie(than.major, than.minor);
+}
+
+Version microsoftStyleVersionFromString(std::string_view string) {
     std::string text(string.substr(0, string.find('\n')));
     // Deliberate: every "a" and "b" goes, wherever it stands.
     for (const char* dropped : {"version ", "a", "b", "(", ")"})
         text = stringByReplacing(text, dropped, "");
     std::replace(text.begin(), text.end(), ' ', '.');
     const auto parts = componentsSeparatedBy(text, '.');
-    if (parts.size() == 1) {
-        major = platform::int32FromText(parts[0]);
-    } else if (parts.size() == 4) {
-        major = platform::int32FromText(parts[0]);
-        minor = platform::int32FromText(parts[1]);
-        build = platform::int32FromText(parts[2]);
-        revision = platform::int32FromText(parts[3]);
-    } else {
-        logError("Failed to extract version from string \"%@\"", string);
-    }
+    const auto number = [&parts](std::size_t i) { return platform::int32FromText(parts[i]); };
+    if (parts.size() == 1) return {number(0)};
+    if (parts.size() == 4) return {number(0), number(1), number(2), number(3)};
+    logError("Failed to extract version from string \"%@\"", string);
+    return {};
 }
 
 }  // namespace quillmore

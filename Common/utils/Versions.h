@@ -1,6 +1,7 @@
 // Version texts of this program and the four-part parser. Any thread.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -11,6 +12,18 @@ class Bundle;
 
 namespace quillmore {
 
+/// A version of four parts, ordered part by part. One of three parts, as bundles and systems have,
+/// bears its bugfix in the third.
+struct Version {
+    std::int32_t major = 0;
+    std::int32_t minor = 0;
+    std::int32_t build = 0;
+    std::int32_t revision = 0;
+    auto operator<=>(const Version&) const = default;
+};
+/// Only major and minor decide: what is older by its last parts alone will do.
+bool isOlderRelease(const Version& version, const Version& than);
+
 /// "1.15.4", or "1.15.4 (1856)" with the build: "CFBundleVersion", else `defaultBuildNumber`.
 std::string versionOfBundleAsString(const platform::Bundle& bundle, std::int32_t defaultBuildNumber,
                                     bool withBuild);
@@ -20,8 +33,6 @@ std::string versionOfThisAppAsString(bool withBuild);
 std::int32_t buildNumberFromVersionStr(std::string_view versionString);
 /// One part ("2") or four parts ("1.15.4 (1856)", "1.15.4.1856"); everything else gives zeros and
 /// an error line.
-void microsoftStyleVersionFromString(std::string_view string, std::int32_t& major,
-                                     std::int32_t& minor, std::int32_t& build,
-                                     std::int32_t& revision);
+Version microsoftStyleVersionFromString(std::string_view string);
 
 }  // namespace quillmore

@@ -3,6 +3,7 @@
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Settings/Bundle.h"
+#include "QuillmoreLauncher/Classes/InstallCheckManager+Version.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 
@@ -13,10 +14,8 @@ constexpr std::int32_t kIntelArchitecture = 10;
 }
 
 bool InstallCheckManager::areIntel_10_5FixesRequired() const {
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugfix = 0;
-    if (!getMacOSXVersion(major, minor, bugfix) || major != 10 || minor != 5) return false;
+    const auto system = getMacOSXVersion();
+    if (!system || system->major != 10 || system->minor != 5) return false;
     return platform::services().systemInformation->gestalt(platform::fourCharCode("sysa")) ==
            kIntelArchitecture;
 }

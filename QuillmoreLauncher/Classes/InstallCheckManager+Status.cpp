@@ -3,6 +3,7 @@
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Values/Exception.h"
+#include "QuillmoreLauncher/Classes/InstallCheckManager+Version.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "QuillmoreLauncher/Classes/ItemTypes.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
@@ -79,14 +80,11 @@ void InstallCheckManager::updateRequiredItemStatusFramework(const RequiredItem& 
 void InstallCheckManager::updateRequiredItemStatusBundle(const RequiredItem& item,
                                                          std::int32_t atIndex) {
     logExamining(item);
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugfix = 0;
     if (!isInstalled(item))
         setStatus(atIndex, kStatusMissing);
-    else if (!getBundleVersion(item, major, minor, bugfix))
+    else if (const auto version = getBundleVersion(item); !version)
         setStatus(atIndex, kStatusInvalid);
-    else if (!checkFrameworkVersion(item, major, minor, bugfix))
+    else if (!checkFrameworkVersion(item, *version))
         setStatus(atIndex, kStatusOldVersion);
     else
         return;

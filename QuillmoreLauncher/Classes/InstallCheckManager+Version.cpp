@@ -1,17 +1,16 @@
-// Versions: of installed bundles and tools, of the launcher and of the operating system.
+#include "QuillmoreLauncher/Classes/InstallCheckManager+Version.h"
+
 #include <unistd.h>
 
 #include <cerrno>
-#include <tuple>
 
 #include "Common/utils/Logging.h"
 #include "Common/utils/PropertyLists.h"
 #include "Common/utils/Text.h"
-#include "Common/utils/Versions.h"
+#include "Platform/Files/FileManager.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Processes/Task.h"
-#include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "QuillmoreLauncher/Classes/ToolBanner.h"
 
 namespace quillmore {
@@ -28,8 +27,8 @@ std::optional<std::string> shortVersion(const RequiredItem& item, const char* re
                                         Trouble trouble) {
     const auto installPath = item.installPath();
     if (!installPath || installPath->empty()) return std::nullopt;
-    const auto information =
-        dictionaryWithContentsOfFile(*item.installPathByAppending(relativePath), trouble);
+    const auto information = dictionaryWithContentsOfFile(
+        platform::pathByAppending(*installPath, relativePath), trouble);
     if (!information) return std::nullopt;
     auto version = platform::stringForKey(*information, kShortVersionKey);
     if (version && version->empty()) version.reset();
@@ -59,7 +58,7 @@ bool logUpdateTest(const RequiredItem& item, const std::optional<std::string>& i
                    bool isOlder) {
     if (isOlder) {
         logVerbose("\"%@\" needs to update from %@ to %@", item.installPath(), installed,
-                   versionOfThisAppAsString(true));
+                   getMacClientVersionAsString());
     } else {
         logVerbose("\"%@\" does not need to update from %@", item.installPath(), installed);
     }
@@ -68,132 +67,91 @@ bool logUpdateTest(const RequiredItem& item, const std::optional<std::string>& i
 
 }  // namespace
 
-bool InstallCheckManager::parseVersionString(const Text& string, std::int32_t& major,
-                                             std::int32_t& minor, std::int32_t& bugfix) const {
-    if (!string) return false;
+std::optional<Version> parseVersionString(const std::optional<std::string>& string) {
+    if (!string) return std::nullopt;
     const auto parts = componentsSeparatedBy(*string, '.');
-    if (parts.size() != 3) return false;
-    major = platform::int32FromText(parts[0]);
-    minor = platform::int32FromText(parts[1]);
-    bugfix = platform::int32FromText(parts[2]);
-    return true;
+    if (parts.size() != 3) return std::nullopt;
+    return Version{platform::int32FromText(parts[0]), platform::int32FromText(parts[1]),
+                   platform::int32FromText(parts[2])};
 }
 
-bool InstallCheckManager::getBundleVersion(const RequiredItem& item, std::int32_t& major,
-                                           std::int32_t& minor, std::int32_t& bugfix) const {
-    return parseVersionString(shortVersion(item, kBundleInformation, Trouble::isLogged), major,
-                              minor, bugfix);
+std::optional<Version> getBundleVersion(const RequiredItem& item) {
+    return parseVersionString(shortVersion(item, kBundleInformation, Trouble::isLogged));
 }
 
-bool InstallCheckManager::getFrameworkVersion(const RequiredItem& item, std::int32_t& major,
-                                              std::int32_t& minor, std::int32_t& bugfix) const {
-    return parseVersionString(shortVersion(item, kFrameworkInformation, Trouble::isLogged), major,
-                              minor, bugfix);
+std::optional<Version> getFrameworkVersion(const RequiredItem& item) {
+    return parseVersionString(shortVersion(item, kFrameworkInformation, Trouble::isLogged));
 }
 
-bool InstallCheckManager::checkFrameworkVersion(const RequiredItem& item, std::int32_t major,
-                                                std::int32_t minor, std::int32_t bugfix) const {
-    const auto version = item.version();
-    std::int32_t requiredMajor = 0;
-    std::int32_t requiredMinor = 0;
-    std::int32_t requiredBugfix = 0;
-    if (!parseVersionString(version, requiredMajor, requiredMinor, requiredBugfix)) {
-        logDetail("Failed to parse version string \"%@\"", version);
+bool checkFrameworkVersion(const RequiredItem& item, const Version& installed) {
+    const auto required = parseVersionString(item.version());
+    if (!required) {
+        logDetail("Failed to parse version string \"%@\"", item.version());
         return false;
     }
-    logDetail("Found framework version string \"%@\" parsed as %d.%d.%d", version, requiredMajor,
-              requiredMinor, requiredBugfix);
-    if (std::tie(major, minor, bugfix) < std::tie(requiredMajor, requiredMinor, requiredBugfix)) {
-        logDetail("Found framework out-of-date");
-        return false;
-    }
-    logDetail("Found framework up-to-date");
-    return true;
+    logDetail("Found framework version string \"%@\" parsed as %d.%d.%d", item.version(),
+              required->major, required->minor, required->build);
+    const bool isUpToDate = installed >= *required;
+    logDetail(isUpToDate ? "Found framework up-to-date" : "Found framework out-of-date");
+    return isUpToDate;
 }
 
-bool InstallCheckManager::getMacOSXVersion(std::int32_t& major, std::int32_t& minor,
-                                           std::int32_t& bugfix) const {
-    const auto* system = platform::services().systemInformation;
-    const std::pair<platform::FourCharCode, std::int32_t*> selectors[] = {
-        {platform::fourCharCode("sys1"), &major},
-        {platform::fourCharCode("sys2"), &minor},
-        {platform::fourCharCode("sys3"), &bugfix}};
-    for (const auto& [selector, part] : selectors) {
-        const auto answer = system->gestalt(selector);
-        if (!answer) return false;
-        *part = *answer;
-    }
-    return true;
+std::optional<Version> getMacOSXVersion() {
+    const platform::SystemInformation& system = *platform::services().systemInformation;
+    const auto major = system.gestalt(platform::fourCharCode("sys1"));
+    const auto minor = major ? system.gestalt(platform::fourCharCode("sys2")) : std::nullopt;
+    const auto bugfix = minor ? system.gestalt(platform::fourCharCode("sys3")) : std::nullopt;
+    if (!bugfix) return std::nullopt;
+    return Version{*major, *minor, *bugfix};
 }
 
-bool InstallCheckManager::checkMaxMacOSXVersion(const RequiredItem& item) const {
+bool checkMaxMacOSXVersion(const RequiredItem& item) {
     const auto newest = item.maxMacOSXVersion();
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugfix = 0;
-    if (!newest || !getMacOSXVersion(major, minor, bugfix)) return true;
-    if (major != 10) return false;
+    const auto system = newest ? getMacOSXVersion() : std::nullopt;
+    if (!system) return true;
+    if (system->major != 10) return false;
     // Deliberate: "10.4" admits 10.4 alone, the others every earlier system too.
-    if (newest == "10.4") return minor == 4;
-    if (newest == "10.5") return minor < 6;
-    if (newest == "10.6") return minor < 7;
+    if (newest == "10.4") return system->minor == 4;
+    if (newest == "10.5") return system->minor < 6;
+    if (newest == "10.6") return system->minor < 7;
     return false;
 }
 
-bool InstallCheckManager::checkMinMacOSXVersion(const RequiredItem& item) const {
+bool checkMinMacOSXVersion(const RequiredItem& item) {
     const auto oldest = item.minMacOSXVersion();
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugfix = 0;
-    if (!oldest || !getMacOSXVersion(major, minor, bugfix)) return true;
+    const auto system = oldest ? getMacOSXVersion() : std::nullopt;
+    if (!system) return true;
     // Deliberate: "10.4" answers no on every system, and "10.6" yes past major version 10 only.
-    if (oldest == "10.5" && major == 10 && minor > 4) return true;
-    return oldest == "10.6" && major > 10;
+    if (oldest == "10.5") return system->major == 10 && system->minor > 4;
+    return oldest == "10.6" && system->major > 10;
 }
 
-std::string InstallCheckManager::getMacClientVersionAsString() const {
+std::string getMacClientVersionAsString() {
     return versionOfThisAppAsString(true);
 }
 
-void InstallCheckManager::getVersionFromString(const Text& string, std::int32_t& major,
-                                               std::int32_t& minor, std::int32_t& build,
-                                               std::int32_t& revision) const {
-    if (string) return microsoftStyleVersionFromString(*string, major, minor, build, revision);
-    major = minor = build = revision = 0;
+Version getVersionFromString(const std::optional<std::string>& string) {
+    if (string) return microsoftStyleVersionFromString(*string);
     logError("Failed to extract version from string \"%@\"", string);
+    return {};
 }
 
-void InstallCheckManager::getMacClientVersion(std::int32_t& major, std::int32_t& minor,
-                                              std::int32_t& build, std::int32_t& revision) const {
-    getVersionFromString(getMacClientVersionAsString(), major, minor, build, revision);
+Version getMacClientVersion() {
+    return getVersionFromString(getMacClientVersionAsString());
 }
 
-// Only major and minor decide: deliberately, a tool that is older by a build alone, or newer than
-// the launcher, will do.
-bool InstallCheckManager::doesToolNeedUpdate(const RequiredItem& item) const {
-    const Text text = versionTextOfTool(item);
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t build = 0;
-    std::int32_t revision = 0;
-    getMacClientVersion(major, minor, build, revision);
-    const std::pair launcher(major, minor);
-    getVersionFromString(text, major, minor, build, revision);
-    return logUpdateTest(item, text, std::pair(major, minor) < launcher);
+bool doesToolNeedUpdate(const RequiredItem& item) {
+    const auto text = versionTextOfTool(item);
+    const Version launcher = getMacClientVersion();
+    return logUpdateTest(item, text, isOlderRelease(getVersionFromString(text), launcher));
 }
 
-// Of the bundle too only major and minor decide; its build ("CFBundleVersion") says nothing here.
-bool InstallCheckManager::doesBundleNeedUpdate(const RequiredItem& item) const {
-    const Text text = shortVersion(item, kBundleInformation, Trouble::isSilent);
-    std::int32_t major = 0;
-    std::int32_t minor = 0;
-    std::int32_t bugfix = 0;
-    if (!parseVersionString(text, major, minor, bugfix)) return true;
-    const std::pair bundle(major, minor);
-    std::int32_t build = 0;
-    std::int32_t revision = 0;
-    getMacClientVersion(major, minor, build, revision);
-    return logUpdateTest(item, text, bundle < std::pair(major, minor));
+// The bundle's build ("CFBundleVersion") says nothing here.
+bool doesBundleNeedUpdate(const RequiredItem& item) {
+    const auto text = shortVersion(item, kBundleInformation, Trouble::isSilent);
+    const auto version = parseVersionString(text);
+    if (!version) return true;
+    return logUpdateTest(item, text, isOlderRelease(*version, getMacClientVersion()));
 }
 
 }  // namespace quillmore

@@ -39,33 +39,6 @@ public:
     bool verifyCoreAppPermissions(const RequiredItem& item) const;
     bool verifyQMToolPermissions(const RequiredItem& item) const;
 
-    // Version. False leaves the outputs alone, except where said otherwise.
-    using Text = std::optional<std::string>;
-    using Out = std::int32_t&;  ///< Set by the call.
-    /// `parseVersionString:major:minor:bugfix:`
-    bool parseVersionString(const Text& string, Out major, Out minor, Out bugfix) const;
-    /// `getBundleVersion:major:minor:bugfix:`: of what is installed.
-    bool getBundleVersion(const RequiredItem& item, Out major, Out minor, Out bugfix) const;
-    /// `getFrameworkVersion:major:minor:bugfix:`: of what is installed.
-    bool getFrameworkVersion(const RequiredItem& item, Out major, Out minor, Out bugfix) const;
-    /// `checkFrameworkVersion:major:minor:bugfix:`: true when the installed version will do.
-    bool checkFrameworkVersion(const RequiredItem& item, std::int32_t major, std::int32_t minor,
-                               std::int32_t bugfix) const;
-    /// `getMacOSXVersion:minor:bugfix:`: sets the parts up to the first that cannot be had.
-    bool getMacOSXVersion(Out major, Out minor, Out bugfix) const;
-    /// Both: true when the item is required on this system.
-    bool checkMaxMacOSXVersion(const RequiredItem& item) const;
-    bool checkMinMacOSXVersion(const RequiredItem& item) const;
-    std::string getMacClientVersionAsString() const;
-    /// `getVersionFromString:major:minor:build:revision:`: zeros for a text that is no version.
-    void getVersionFromString(const Text& string, Out major, Out minor, Out build,
-                              Out revision) const;
-    /// `getMacClientVersion:minor:build:revision:`
-    void getMacClientVersion(Out major, Out minor, Out build, Out revision) const;
-    /// Runs the installed tool and waits for it; raises what a launch raises.
-    bool doesToolNeedUpdate(const RequiredItem& item) const;
-    bool doesBundleNeedUpdate(const RequiredItem& item) const;
-
     // Repair. Each repair answers true for success and for nothing to do. A missing key gives the
     // resource folder itself.
     std::string pathToRequiredItemInResources(const RequiredItem& item) const;

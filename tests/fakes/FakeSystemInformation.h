@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include "Platform/Ports/SystemInformation.h"
 
@@ -10,11 +11,14 @@ namespace quillmore::tests {
 class FakeSystemInformation final : public platform::SystemInformation {
 public:
     std::map<platform::FourCharCode, std::int32_t> selectors;
+    /// Every selector that was asked for, in order.
+    mutable std::vector<platform::FourCharCode> asked;
     std::optional<std::uint32_t> flags = 0;
     std::uint32_t threadPort = 0x1a2b;
     double frameworkVersion = 1038;
 
     std::optional<std::int32_t> gestalt(platform::FourCharCode selector) const override {
+        asked.push_back(selector);
         const auto found = selectors.find(selector);
         if (found == selectors.end()) return std::nullopt;
         return found->second;

@@ -26,9 +26,8 @@ protected:
 using Parts = std::array<std::int32_t, 4>;
 
 Parts parsed(std::string_view text) {
-    Parts parts = {-1, -1, -1, -1};
-    microsoftStyleVersionFromString(text, parts[0], parts[1], parts[2], parts[3]);
-    return parts;
+    const Version version = microsoftStyleVersionFromString(text);
+    return {version.major, version.minor, version.build, version.revision};
 }
 
 TEST_F(Versions, BundleVersionIsShortVersionAndBuildInParentheses) {
@@ -173,6 +172,24 @@ TEST_F(Versions, AnyOtherCountOfPartsIsLoggedAndGivesZeros) {
         EXPECT_EQ(captured.take().standardError,
                   line("(ERR)", "Failed to extract version from string \"" + text + "\""));
     }
+}
+
+TEST(Version, IsOrderedPartByPart) {
+    const Version version{2, 3, 4, 5};
+    for (const Version& newer : {Version{3, 0, 0, 0}, {2, 4, 0, 0}, {2, 3, 5, 0}, {2, 3, 4, 6}}) {
+        EXPECT_LT(version, newer);
+        EXPECT_FALSE(newer <= version);
+    }
+    EXPECT_GE(version, (Version{2, 3, 4, 5}));
+}
+
+TEST(Version, OfAnOlderReleaseDiffersInMajorOrMinor) {
+    const Version version{2, 3, 4, 5};
+    EXPECT_TRUE(isOlderRelease({1, 9, 9, 9}, version));
+    EXPECT_TRUE(isOlderRelease({2, 2, 9, 9}, version));
+    EXPECT_FALSE(isOlderRelease({2, 3, 0, 0}, version));
+    EXPECT_FALSE(isOlderRelease({2, 4, 0, 0}, version));
+    EXPECT_FALSE(isOlderRelease({3, 0, 0, 0}, version));
 }
 
 TEST_F(Versions, TheErrorLineCarriesTheStringAsItWasPassed) {

@@ -1,5 +1,6 @@
 // Whether an installed tool or Finder item is older than the launcher.
 #include "Platform/Processes/ProcessSpawner.h"
+#include "QuillmoreLauncher/Classes/InstallCheckManager+Version.h"
 #include "tests/fakes/LauncherFixture.h"
 
 namespace quillmore::tests {
@@ -20,11 +21,11 @@ protected:
     }
     bool toolNeedsUpdate(const std::string& printed) {
         installTool("/t", printed);
-        return manager().doesToolNeedUpdate(itemAt("/t"));
+        return doesToolNeedUpdate(itemAt("/t"));
     }
     bool bundleNeedsUpdate(const std::string& version) {
         installBundle("/b", version);
-        return manager().doesBundleNeedUpdate(itemAt("/b"));
+        return doesBundleNeedUpdate(itemAt("/b"));
     }
 };
 
@@ -76,8 +77,8 @@ TEST_F(InstalledVersion, LauncherWithoutAReadableVersionUpdatesNothing) {
 }
 
 TEST_F(InstalledVersion, ToolThatCannotBeStartedRaises) {
-    EXPECT_THROW(manager().doesToolNeedUpdate(itemAt("/none")), platform::Exception);
-    EXPECT_THROW(manager().doesToolNeedUpdate(RequiredItem{Dictionary()}), platform::Exception);
+    EXPECT_THROW(doesToolNeedUpdate(itemAt("/none")), platform::Exception);
+    EXPECT_THROW(doesToolNeedUpdate(RequiredItem{Dictionary()}), platform::Exception);
 }
 
 TEST_F(InstalledVersion, EndOfTheToolIsWaitedFor) {
@@ -88,7 +89,7 @@ TEST_F(InstalledVersion, EndOfTheToolIsWaitedFor) {
 
 TEST_F(InstalledVersion, ExitStatusOfTheToolDoesNotMatter) {
     services.processes.teach("/t", {"Limited 1.15.0.0", {false, 3}, {}});
-    EXPECT_FALSE(manager().doesToolNeedUpdate(itemAt("/t")));
+    EXPECT_FALSE(doesToolNeedUpdate(itemAt("/t")));
 }
 
 class RealTool : public InstalledVersion {
@@ -96,7 +97,7 @@ protected:
     RealTool() { services.set.processes = spawner.get(); }
     bool needsUpdate(const std::string& script) {
         services.makeFile("/tool", "#!/bin/sh\n" + script, 0755);
-        return manager().doesToolNeedUpdate(itemAt(services.host("/tool")));
+        return doesToolNeedUpdate(itemAt(services.host("/tool")));
     }
     std::unique_ptr<platform::ProcessSpawner> spawner = platform::makePosixProcessSpawner();
 };
@@ -135,9 +136,9 @@ TEST_F(InstalledVersion, BundleWithoutReadableVersionNeedsAnUpdateWithoutALine) 
     EXPECT_TRUE(bundleNeedsUpdate("1.15"));
     EXPECT_TRUE(bundleNeedsUpdate("1.15.4.0"));
     EXPECT_TRUE(bundleNeedsUpdate(""));
-    EXPECT_TRUE(manager().doesBundleNeedUpdate(itemAt("/none")));
-    EXPECT_TRUE(manager().doesBundleNeedUpdate(itemAt("/damaged")));
-    EXPECT_TRUE(manager().doesBundleNeedUpdate(RequiredItem{Dictionary()}));
+    EXPECT_TRUE(doesBundleNeedUpdate(itemAt("/none")));
+    EXPECT_TRUE(doesBundleNeedUpdate(itemAt("/damaged")));
+    EXPECT_TRUE(doesBundleNeedUpdate(RequiredItem{Dictionary()}));
     EXPECT_THAT(logLines(), IsEmpty());
 }
 
