@@ -8,11 +8,44 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "QuillmoreLauncher/Classes/InstallCheckOutlets.h"
-#include "QuillmoreLauncher/Classes/InstallCheckState.h"
+#include "Common/QuillmoreHeaderView.h"
+#include "Platform/Interface/Interface.h"
+#include "Platform/Values/Value.h"
+#include "QuillmoreLauncher/Classes/RequiredItem.h"
 
 namespace quillmore {
+
+/// What the check knows: the catalogue, and the outcome of the last status update.
+struct InstallCheckState {
+    /// The whole catalogue file; absent when it is missing or unreadable.
+    std::optional<platform::Dictionary> requiredItems;
+    std::vector<RequiredItem> requiredItemsList;
+    /// One localised status word an item; empty before the first update.
+    std::vector<std::string> requiredItemsStatusList;
+    /// Items that a repair will be run for by the update tool.
+    std::int32_t numberRepairsRequired = 0;
+    /// Items that are not in order.
+    std::int32_t numberItemsMissing = 0;
+    bool m_MacFuseRepairRequired = false;
+    bool m_HelperRepairRequired = false;
+    /// Index of the Finder overlay entry found out of date; survives updates.
+    std::int32_t restartIndex = -1;
+};
+
+/// What the user-interface file "InstallCheck" lays out: the install-check window and the progress
+/// sheet over it.
+struct InstallCheckOutlets {
+    platform::Window checkWindow{"InstallCheck", "checkWindow"};
+    QuillmoreHeaderView checkHeaderView{"checkHeaderView"};
+    platform::TextField checkText{"checkText"};
+    platform::Button checkInstall{"checkInstall"};
+    platform::Button checkDontInstall{"checkDontInstall"};
+    platform::Window repairProgressWindow{"InstallCheck", "repairProgressWindow"};
+    platform::ProgressIndicator repairProgressIndicator{"repairProgressIndicator"};
+    platform::TextField repairProgressText{"repairProgressText"};
+};
 
 class InstallCheckManager : private InstallCheckState, private InstallCheckOutlets {
 public:

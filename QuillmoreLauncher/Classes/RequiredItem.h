@@ -62,14 +62,13 @@ public:
     std::optional<std::string> maxMacOSXVersion() const { return value(kMaxMacOSXVersion); }
     std::optional<std::string> minMacOSXVersion() const { return value(kMinMacOSXVersion); }
 
-    /// The "InstallPath" with a relative path added; absent without an "InstallPath".
-    std::optional<std::string> installPathByAppending(const char* relativePath) const;
-
     /// Whole entries are compared, with the keys that nobody reads.
     bool operator==(const RequiredItem&) const = default;
 
 private:
-    std::optional<std::string> value(const char* key) const;
+    std::optional<std::string> value(const char* key) const {
+        return platform::stringForKey(entry_, key);
+    }
 
     platform::Dictionary entry_;
 };

@@ -32,7 +32,6 @@ TEST(RequiredItem, MissingKeysAreAbsent) {
     const RequiredItem item{Dictionary()};
     EXPECT_EQ(item.type(), std::nullopt);
     EXPECT_EQ(item.installPath(), std::nullopt);
-    EXPECT_EQ(item.installPathByAppending("x"), std::nullopt);
 }
 
 TEST(RequiredItem, ValuesThatAreNoStringsAreAbsent) {
@@ -54,12 +53,6 @@ TEST(RequiredItem, EqualityComparesWholeEntries) {
     described["Description"] = "more";
     EXPECT_EQ(RequiredItem(entry), RequiredItem(entry));
     EXPECT_NE(RequiredItem(entry), RequiredItem(described));
-}
-
-TEST(RequiredItem, JoinsRelativePathsToTheInstallPath) {
-    const RequiredItem item(Dictionary{{"InstallPath", "/Library/A"}});
-    EXPECT_EQ(item.installPathByAppending("/Contents/Info.plist"),
-              "/Library/A/Contents/Info.plist");
 }
 
 }  // namespace
