@@ -28,13 +28,18 @@ void requireComponent(const std::string& component, const std::string& path) {
         fail(EX_USAGE, "the path " + quoted(path) + " is not a plain absolute path");
 }
 
-/// Fails for the folder's entry when it is a link; returns else.
-void refuseLink(int folder, const std::string& name, const std::string& path, int exitStatus) {
+/// After an open of the folder's entry failed: says so when it is a link, else the text and the
+/// system's words for it.
+[[noreturn]] void failToOpenEntry(int folder, const std::string& name, const std::string& path,
+                                  int exitStatus, const std::string& text) {
+    const int error = errno;
     struct stat status {};
     if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
         S_ISLNK(status.st_mode))
         fail(exitStatus,
              quoted(path) + " is a link: put what it leads to in its place, or name it");
+    errno = error;
+    failWithSystemError(exitStatus, text);
 }
 
 bool othersMayWrite(const Context& context, const struct stat& status) {
@@ -99,10 +104,8 @@ FileDescriptor walk(const Context& context, const std::string& path, WhenMissing
         if (!next && errno == ENOENT) {
             if (!missing(folder, name, pathSoFar, next)) return {};
         } else if (!next) {
-            const int error = errno;
-            refuseLink(folder.get(), name, pathSoFar, EX_OSFILE);
-            errno = error;
-            failWithSystemError(EX_OSFILE, "cannot open the folder " + quoted(pathSoFar));
+            failToOpenEntry(folder.get(), name, pathSoFar, EX_OSFILE,
+                            "cannot open the folder " + quoted(pathSoFar));
         }
         requireTrusted(context, next, pathSoFar);
         folder = std::move(next);
@@ -213,22 +216,16 @@ FileDescriptor openUntrustedFolder(const Context& context, const std::string& fo
     for (const std::string& name : componentsOf(folder)) {
         pathSoFar += "/" + name;
         FileDescriptor next(::openat(opened.get(), name.c_str(), kUntrustedFolderFlags));
-        if (!next) {
-            const int error = errno;
-            refuseLink(opened.get(), name, pathSoFar, EX_NOINPUT);
-            errno = error;
-            failWithSystemError(EX_NOINPUT, "cannot open " + quoted(path));
-        }
+        if (!next)
+            failToOpenEntry(opened.get(), name, pathSoFar, EX_NOINPUT,
+                            "cannot open " + quoted(path));
         opened = std::move(next);
     }
     return opened;
 }
 
 void failToOpen(int folder, const std::string& name, const std::string& path) {
-    const int error = errno;
-    refuseLink(folder, name, path, EX_NOINPUT);
-    errno = error;
-    failWithSystemError(EX_NOINPUT, "cannot open " + quoted(path));
+    failToOpenEntry(folder, name, path, EX_NOINPUT, "cannot open " + quoted(path));
 }
 
 }  // namespace quillmore::updatetool
