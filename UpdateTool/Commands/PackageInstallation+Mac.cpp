@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "UpdateTool/Commands/PackageInstallation.h"
-#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/TreeRemoval.h"
 #include "UpdateTool/Ground/Failure.h"
 

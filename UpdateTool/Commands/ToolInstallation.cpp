@@ -2,7 +2,7 @@
 
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
-#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Staging.h"

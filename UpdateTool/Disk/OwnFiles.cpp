@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "Platform/Files/FileDescriptor.h"
-#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/TreeRemoval.h"
 #include "UpdateTool/Ground/Failure.h"

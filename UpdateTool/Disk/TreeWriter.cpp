@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include "Platform/Files/FileDescriptor.h"
-#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Ground/Failure.h"
 

@@ -4,7 +4,7 @@
 #include <sys/file.h>
 
 #include "UpdateTool/Disk/Exchange.h"
-#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "tests/UpdateTool/UpdateToolMachine.h"
 

@@ -1,4 +1,4 @@
-#include "UpdateTool/Disk/NewFiles.h"
+#include "UpdateTool/Disk/FileContents.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
