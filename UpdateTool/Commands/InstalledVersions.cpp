@@ -1,10 +1,9 @@
 #include "UpdateTool/Commands/InstalledVersions.h"
 
-#include <unistd.h>
-
 #include <charconv>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Ground/Failure.h"
 #include "UpdateTool/Packages/InfoPropertyList.h"
@@ -59,8 +58,7 @@ std::string readInfo(int bundle, const char* path) {
         status.st_size > kMaximumInfoSize)
         return "";
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    const ssize_t count = ::read(file.get(), text.data(), text.size());
-    return count == status.st_size ? text : "";
+    return readUpTo(file.get(), text.data(), text.size()) == text.size() ? text : "";
 }
 
 }  // namespace
@@ -96,12 +94,8 @@ std::optional<Version> versionOfInstalledTool(int folder, const std::string& nam
         status.st_size > kMaximumToolSize)
         return std::nullopt;
     Bytes bytes(static_cast<std::size_t>(status.st_size));
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count = ::read(file.get(), bytes.data() + done, bytes.size() - done);
-        if (count <= 0) failWithSystemError(EX_IOERR, "cannot read the installed " + quoted(name));
-        done += static_cast<std::size_t>(count);
-    }
+    if (readUpTo(file.get(), bytes.data(), bytes.size()) != bytes.size())
+        failWithSystemError(EX_IOERR, "cannot read the installed " + quoted(name));
     return versionOfTool(bytes);
 }
 

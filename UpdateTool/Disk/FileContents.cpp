@@ -12,6 +12,18 @@ namespace quillmore::updatetool {
 
 using platform::FileDescriptor;
 
+std::optional<std::size_t> readUpTo(int file, void* bytes, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = ::read(file, static_cast<char*>(bytes) + done, size - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return std::nullopt;
+        if (count == 0) break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
+
 void writeAll(int file, const void* bytes, std::size_t size, const std::string& path) {
     const char* start = static_cast<const char*>(bytes);
     for (std::size_t done = 0; done < size;) {

@@ -32,7 +32,7 @@ std::optional<std::string> readOwnFile(const Context& context, int folder,
         fail(EX_OSFILE, quoted(name) + " of the product folder is not a file that only root can " +
                             "have written: remove it");
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    if (::read(file.get(), text.data(), text.size()) != status.st_size)
+    if (readUpTo(file.get(), text.data(), text.size()) != text.size())
         failWithSystemError(EX_IOERR, "cannot read " + quoted(name) + " of the product folder");
     return text;
 }

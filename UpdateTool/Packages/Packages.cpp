@@ -2,13 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <span>
 
 #include "Common/Tools/RsaSignatures.h"
 #include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Ground/Failure.h"
 #include "UpdateTool/Packages/PackageLabel.h"
@@ -34,13 +33,9 @@ Bytes readWhole(const FileDescriptor& file, const std::string& name, std::uint64
     if (static_cast<std::uint64_t>(status.st_size) > maximum)
         fail(EX_DATAERR, quoted(name) + " is too large");
     Bytes bytes(static_cast<std::size_t>(status.st_size));
-    for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t count = ::read(file.get(), bytes.data() + done, bytes.size() - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) failWithSystemError(EX_IOERR, "cannot read " + quoted(name));
-        if (count == 0) fail(EX_IOERR, quoted(name) + " was shortened while it was read");
-        done += static_cast<std::size_t>(count);
-    }
+    const auto count = readUpTo(file.get(), bytes.data(), bytes.size());
+    if (!count) failWithSystemError(EX_IOERR, "cannot read " + quoted(name));
+    if (*count < bytes.size()) fail(EX_IOERR, quoted(name) + " was shortened while it was read");
     return bytes;
 }
 
