@@ -56,6 +56,11 @@ TEST_F(UpdateToolCommandLine, AdministratorsCommandsAreRefusedToOthers) {
     EXPECT_EQ(run({"repairpermissions"}), EX_NOPERM);
     EXPECT_EQ(errors, "updateqm: repairpermissions needs an administrator\n");
 }
+TEST_F(UpdateToolCommandLine, OtherCommandsAreForEverybody) {
+    context.administrator = false;
+    makeSigned("/tool", "bytes", "repairother", "tool");
+    EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_OK) << errors;
+}
 TEST_F(UpdateToolCommandLine, ControlCharactersOfTheCallerNeverReachTheLine) {
     EXPECT_EQ(run({"a\nupdateqm: all is well\x1b[2J"}), EX_USAGE);
     EXPECT_EQ(errors, "updateqm: unknown command \"a?updateqm: all is well?[2J\"\n");

@@ -149,6 +149,8 @@ TEST_F(InstalledItemVersion, OnlyAPlainToolIsRead) {
     EXPECT_EQ(versionOfTool(), std::nullopt);
     makeFile(tool, "Limited 1.2");
     EXPECT_EQ(versionOfTool(), (Version{1, 2, 0, 0}));
+    makeFile(tool, std::string(1 << 20, '\0') + "Limited 3.4");
+    EXPECT_EQ(versionOfTool(), (Version{3, 4, 0, 0}));
     std::filesystem::rename(host(tool), host("/real"));
     std::filesystem::create_symlink(host("/real"), host(tool));
     EXPECT_EQ(versionOfTool(), std::nullopt);

@@ -97,6 +97,14 @@ TEST_F(UpdateToolPackages, OlderPackageIsRefused) {
     EXPECT_EQ(errors, "updateqm: \"QuillmoreFS.fs\" is older than the installed one\n");
     EXPECT_EQ(install(flatPackage(fileSystem("1.2.1"))), EX_OK) << errors;
 }
+TEST_F(UpdateToolPackages, NameThatIsNotPlainIsRefused) {
+    for (const char* name : {"./semi;colon.fs", "./-option.fs", "./_x.fs"}) {
+        EXPECT_EQ(install(flatPackage({{".", "", kFolder}, {name, "", kFolder}})), EX_USAGE)
+            << name;
+        EXPECT_THAT(errors, HasSubstr("is not allowed"));
+        EXPECT_FALSE(exists("/Library"));
+    }
+}
 TEST_F(UpdateToolPackages, EmptyPayloadIsRefused) {
     EXPECT_EQ(install(flatPackage({{".", "", kFolder}})), EX_DATAERR);
     EXPECT_THAT(errors, HasSubstr("empty"));

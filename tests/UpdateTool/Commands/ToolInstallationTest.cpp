@@ -232,6 +232,13 @@ TEST_F(UpdateToolModes, FileWithASecondNameIsRefused) {
     std::filesystem::create_hard_link(host(installed), host("/second"));
     EXPECT_EQ(run({"repairpermissionsotherroot", "tool"}), EX_NOPERM);
 }
+TEST_F(UpdateToolModes, WhatIsNoPlainFileIsRefused) {
+    makeFolder(kProduct);
+    ASSERT_EQ(::mkfifo(host(installed).c_str(), 0600), 0);
+    EXPECT_EQ(run({"repairpermissionsother", "tool"}), EX_NOPERM);
+    EXPECT_THAT(errors, HasSubstr("is not a plain file with one name"));
+    EXPECT_EQ(modeOf(installed), 0600u);
+}
 TEST_F(UpdateToolModes, LinksAndPathsAreNoToolNames) {
     makeFile("/victim", "bytes", 0600);
     makeFolder(kProduct);

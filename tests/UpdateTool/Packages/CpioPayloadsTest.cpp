@@ -100,6 +100,16 @@ TEST(CpioPayload, BlocksOfAnyLengthComeWhole) {
             ElementsAre("folder* A.fs:", "file A.fs/a:" + bytes));
     }
 }
+TEST(CpioPayload, OwnerAloneDecidesWhetherAFileIsExecutable) {
+    EXPECT_THAT(linesOf(octal(kTop) + octal({"A.fs/a", "", 0100100}) +
+                        octal({"A.fs/b", "", 0100611}) + octal(kTrailer)),
+                ElementsAre("folder* A.fs:", "file* A.fs/a:", "file A.fs/b:"));
+}
+TEST(CpioPayload, FileIsNoFolderForOthers) {
+    EXPECT_THAT(refusalOfArchive(octal(kTop) + octal({"A.fs/a", "x"}) + octal({"A.fs/a/b", "x"}) +
+                                 octal(kTrailer)),
+                HasSubstr("has no entry for its folder before it"));
+}
 TEST(CpioPayload, NameOfTheTopIsReturned) {
     EXPECT_EQ(updatetool::readPayload(bytesIn(packed(octal(kTop) + octal(kTrailer), Packing::zlib)),
                                       [](const ArchiveEntry&, const updatetool::ReadBlock&) {}),

@@ -34,7 +34,8 @@ std::string xar(const std::string& table, const std::string& heap, const Header&
     std::string text = header.mark + number(header.size, 2) + number(1, 2) +
                        number(packedTable.size() + header.packedSizeError, 8) +
                        number(table.size() + header.tableSizeError, 8) + number(1, 4);
-    if (header.size > text.size()) text.resize(header.size);
+    // The table begins where the header is said to end, also when that is too early.
+    if (header.size + 1 >= text.size()) text.resize(header.size);
     return text + packedTable + heap;
 }
 
@@ -152,6 +153,8 @@ TEST(FlatPackage, EntryLiesWithinTheFile) {
     EXPECT_EQ(refusalOfPayload(dataElement(end + 1, 0, 0)), kDamaged);
     EXPECT_EQ(refusalOfPayload(dataElement(1, UINT64_MAX, 5)), kDamaged);
     EXPECT_EQ(refusalOfPayload(dataElement(UINT64_MAX, 5, 5)), kDamaged);
+    EXPECT_EQ(refusalOfPayload(dataElement(2, UINT64_MAX - 1, 5, encoding("application/x-gzip"))),
+              kDamaged);
 }
 TEST(FlatPackage, EntryIsAsLongAsItSays) {
     EXPECT_EQ(refusalOfPayload(dataElement(0, 5, 4)), kDamaged);

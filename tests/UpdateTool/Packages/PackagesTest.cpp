@@ -82,6 +82,22 @@ TEST_F(UpdateToolInput, FileHasTheBytesThatItsReaderAllowsAtMost) {
     EXPECT_EQ(updatetool::readAsCaller(context, "/file", 9),
               (updatetool::Bytes{'1', '2', '3', '4', '5'}));
 }
+TEST_F(UpdateToolInput, SignatureIsForOneCommandAndOneName) {
+    makeSigned("/tool", "bytes", "repairother", "tool");
+    for (const auto& [command, name] :
+         {std::pair("repairother", "tool"), std::pair("repairotherroot", "tool"),
+          std::pair("repairother", "tool2"), std::pair("repairother", ""), std::pair("", "tool")}) {
+        const bool isSigned = std::string(command) + name == "repairothertool";
+        EXPECT_EQ(refusalOf([&, purpose = updatetool::Purpose{command, name}] {
+                      updatetool::readVerifiedPackage(context, "/tool", "/tool.sig", purpose);
+                  }),
+                  isSigned
+                      ? ""
+                      : "65: the signature \"/tool.sig\" does not match \"/tool\"; nothing was "
+                        "installed")
+            << command << " " << name;
+    }
+}
 TEST_F(UpdateToolInput, SignatureHas16KiBAtMost) {
     makeFile("/tool", "bytes");
     makeFile("/tool.sig", std::string(16384, 'x'));

@@ -117,6 +117,13 @@ TEST(ZipItem, ContentsAreWhatTheDirectorySays) {
     }
     EXPECT_THAT(refusalOfEntry({"a", "bytes", 0, 0, 0, 1}), HasSubstr("is damaged"));
 }
+TEST(ZipItem, ArchiveThatGrowsTooMuchIsRefused) {
+    ZipEntry huge{"a", "x", 0, 0, 8};
+    huge.sizeError = (64 << 20) - 1;
+    EXPECT_THAT(refusalOfEntry(huge), HasSubstr("is damaged"));
+    ++huge.sizeError;
+    EXPECT_EQ(refusalOfEntry(huge), "65: the archive grows too much when it is unpacked");
+}
 TEST(ZipItem, NameHas255BytesAtMostAndIsReadWhole) {
     EXPECT_EQ(refusalOfEntry({std::string(255, 'x'), "x"}), "");
     EXPECT_THAT(refusalOfEntry({std::string(256, 'x'), "x"}), HasSubstr("a name"));
