@@ -52,11 +52,9 @@ void installBundle(const Context& context, const std::string& command, const Arg
 /// The fixes are a folder of bundles, each with a version of its own. None of them may go missing,
 /// or the next archive could bring an older one.
 void requireFixesNotOlder(const Context& context, const Staging& staging) {
-    const platform::FileDescriptor installed(
-        ::openat(staging.target(), kIntelFixesName, kFolderFlags));
+    const platform::FileDescriptor installed = openFolder(staging.target(), kIntelFixesName);
     if (!installed) return;
-    const platform::FileDescriptor staged(
-        ::openat(staging.folder(), kIntelFixesName, kFolderFlags));
+    const platform::FileDescriptor staged = openFolder(staging.folder(), kIntelFixesName);
     const auto names = namesIn(installed.get(), EntryNames::kMaximumEntries);
     if (!staged || !names) failWithSystemError(EX_CANTCREAT, "cannot compare the fixes");
     for (const std::string& name : *names)

@@ -59,7 +59,7 @@ void repairRootsCore(const Context& context, const std::string& path) {
     const RunLock lock(context, RunLock::Missing::isMade);
     const SplitPath split = splitPath(path);
     const FileDescriptor folder = openTrustedFolder(context, split.folder);
-    const FileDescriptor core(::openat(folder.get(), split.name.c_str(), kFolderFlags));
+    const FileDescriptor core = openFolder(folder.get(), split.name);
     struct stat status {};
     if (!core || ::fstat(core.get(), &status) != 0)
         failWithSystemError(EX_NOINPUT, "cannot open the folder " + quoted(path));
@@ -134,7 +134,7 @@ void fixMonoKeypairs(const Context& context, const Arguments& arguments) {
         fail(EX_NOPERM, "the folder " + quoted(path) + " belongs to another user");
     setMode(parent.get(), split.name, kKeypairsMode, path);
     try {
-        const FileDescriptor folder(::openat(parent.get(), split.name.c_str(), kFolderFlags));
+        const FileDescriptor folder = openFolder(parent.get(), split.name);
         if (!folder) failWithSystemError(EX_NOINPUT, "cannot open " + quoted(path));
         makePrivate(folder.get(), keyPairsIn(folder.get(), context, path), path);
     } catch (...) {

@@ -101,7 +101,7 @@ std::optional<Version> versionOfInstalledTool(int folder, const std::string& nam
 
 std::optional<Version> versionOfBundle(const Context& context, int parent,
                                        const std::string& name) {
-    const platform::FileDescriptor bundle(::openat(parent, name.c_str(), kFolderFlags));
+    const platform::FileDescriptor bundle = openFolder(parent, name);
     struct stat status {};
     if (!bundle || ::fstat(bundle.get(), &status) != 0 || !isTrusted(context, status))
         return std::nullopt;

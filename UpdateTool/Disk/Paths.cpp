@@ -13,6 +13,7 @@ using platform::FileDescriptor;
 namespace {
 
 constexpr std::size_t kMaximumNameLength = 255;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 #ifdef O_PATH
 // Folders that the caller may pass through but not list.
 constexpr int kUntrustedFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -71,7 +72,7 @@ FileDescriptor makeFolder(const Context& context, const FileDescriptor& parent,
     if (!isNew && errno == ENOENT) throw FolderVanished();
     if (!isNew && errno != EEXIST)
         failWithSystemError(EX_CANTCREAT, "cannot make the folder " + quoted(path));
-    FileDescriptor made(::openat(parent.get(), name.c_str(), kFolderFlags));
+    FileDescriptor made = openFolder(parent.get(), name);
     if (!made && !isNew && errno == ENOENT) throw FolderVanished();
     if (!made || ::fchown(made.get(), context.owner, context.group) != 0 ||
         ::fchmod(made.get(), 0755) != 0 || ::fsync(parent.get()) != 0) {
@@ -100,7 +101,7 @@ FileDescriptor walk(const Context& context, const std::string& path, WhenMissing
     std::string pathSoFar;
     for (const std::string& name : componentsOf(path)) {
         pathSoFar += "/" + name;
-        FileDescriptor next(::openat(folder.get(), name.c_str(), kFolderFlags));
+        FileDescriptor next = openFolder(folder.get(), name);
         if (!next && errno == ENOENT) {
             if (!missing(folder, name, pathSoFar, next)) return {};
         } else if (!next) {
@@ -162,6 +163,10 @@ std::string folded(std::string name) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
     return name;
+}
+
+FileDescriptor openFolder(int parent, const std::string& name) {
+    return FileDescriptor(::openat(parent, name.c_str(), kFolderFlags));
 }
 
 bool isTrusted(const Context& context, const struct stat& status) {

@@ -15,9 +15,6 @@
 
 namespace quillmore::updatetool {
 
-/// How every folder is opened.
-inline constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
 /// The components of an absolute path. Fails (EX_USAGE) for relative paths, empty components, "."
 /// and "..", control characters and components over 255 bytes.
 std::vector<std::string> componentsOf(const std::string& path);
@@ -38,6 +35,9 @@ void requireUnreservedName(const std::string& name);
 /// In small letters: names that are one afterwards are one on some volumes.
 std::string folded(std::string name);
 
+/// A folder in a folder ("." is that one again), never through a link: how every folder is opened
+/// that is not the caller's. Empty when it cannot be, with the error number set.
+platform::FileDescriptor openFolder(int parent, const std::string& name);
 /// Whether nobody but the owner, and who may become it anyway, can change what has this status.
 bool isTrusted(const Context& context, const struct stat& status);
 /// Opens a folder whose contents are believed: every component must be a folder of the owner's that

@@ -42,7 +42,7 @@ bool isInPlace(int target, const JournalEntry& entry) {
 
 /// Where the volume cannot exchange entries, the old item may have been moved aside already.
 void putBackWhatWasMovedAside(int target, const std::string& item) {
-    const FileDescriptor staging(::openat(target, Staging::kFolderName, kFolderFlags));
+    const FileDescriptor staging = openFolder(target, Staging::kFolderName);
     struct stat status {};
     if (!staging || !entryExists(staging.get(), Staging::kPreviousName, status) ||
         entryExists(target, item, status))

@@ -51,7 +51,7 @@ void Staging::prepare(const std::string& targetFolder) {
         ::mkdirat(target_.get(), kFolderName, 0700) != 0)
         failWithSystemError(EX_CANTCREAT,
                             "cannot make a staging folder in " + quoted(targetFolder));
-    staging_ = FileDescriptor(::openat(target_.get(), kFolderName, kFolderFlags));
+    staging_ = openFolder(target_.get(), kFolderName);
     struct stat status {};
     if (!staging_ || ::fstat(staging_.get(), &status) != 0)
         failWithSystemError(EX_CANTCREAT, "cannot open the staging folder");

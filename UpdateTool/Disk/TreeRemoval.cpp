@@ -47,7 +47,7 @@ public:
         --left_;
         if (isTrusted(context_, above)) takeBitsAway(parent, name);
         if (::unlinkat(parent, name.c_str(), 0) == 0 || errno == ENOENT) return true;
-        const FileDescriptor folder(::openat(parent, name.c_str(), kFolderFlags));
+        const FileDescriptor folder = openFolder(parent, name);
         struct stat status {};
         if (!folder || ::fstat(folder.get(), &status) != 0 || !belongs(status, above)) return false;
         for (const std::string& child : namesIn(folder.get(), left_).value_or(Names()))
@@ -70,7 +70,7 @@ private:
 }  // namespace
 
 std::optional<Names> namesIn(int folder, std::size_t maximum) {
-    FileDescriptor own(::openat(folder, ".", kFolderFlags));
+    FileDescriptor own = openFolder(folder, ".");
     const std::unique_ptr<DIR, CloseFolder> stream(own ? ::fdopendir(own.get()) : nullptr);
     if (stream == nullptr) return std::nullopt;
     own.release();

@@ -19,11 +19,10 @@ namespace {
 
 /// Folder by folder, never through a link of the archive's own.
 FileDescriptor openBelow(int folder, const std::string& path, const std::string& entryPath) {
-    FileDescriptor opened(::openat(folder, ".", kFolderFlags));
+    FileDescriptor opened = openFolder(folder, ".");
     for (std::size_t start = 0; opened && start < path.size();) {
         const std::size_t end = std::min(path.find('/', start), path.size());
-        opened = FileDescriptor(
-            ::openat(opened.get(), path.substr(start, end - start).c_str(), kFolderFlags));
+        opened = openFolder(opened.get(), path.substr(start, end - start));
         start = end + 1;
     }
     if (!opened) failToWrite(entryPath);
@@ -49,7 +48,7 @@ void TreeWriter::take(const ArchiveEntry& entry, const ReadBlock& read) {
 
 void TreeWriter::makeFolder(int parent, const std::string& name, const std::string& path) {
     if (::mkdirat(parent, name.c_str(), 0700) != 0) failToWrite(path);
-    const FileDescriptor made(::openat(parent, name.c_str(), kFolderFlags));
+    const FileDescriptor made = openFolder(parent, name);
     if (!made || ::fchown(made.get(), context_.owner, context_.group) != 0 ||
         ::fchmod(made.get(), 0755) != 0)
         failToWrite(path);
