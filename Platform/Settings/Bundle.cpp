@@ -30,12 +30,6 @@ std::string fileName(std::string_view name, std::string_view type) {
     return file;
 }
 
-/// A name that cannot lead out of its folder.
-bool isPlainName(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." &&
-           name.find('/') == std::string_view::npos && name.find('\0') == std::string_view::npos;
-}
-
 }  // namespace
 
 Bundle::Bundle(const FileManager& fileManager, std::string path,
@@ -50,14 +44,6 @@ std::string Bundle::resourcePath() const {
 
 std::string Bundle::plugInsPath() const {
     return pathByAppending(path_, "Contents/PlugIns");
-}
-
-std::optional<std::string> Bundle::executablePath() const {
-    const Dictionary* dictionary = infoDictionary();
-    if (dictionary == nullptr) return std::nullopt;
-    const auto name = stringForKey(*dictionary, "CFBundleExecutable");
-    if (!name || !isPlainName(*name)) return std::nullopt;
-    return pathByAppending(pathByAppending(path_, "Contents/MacOS"), *name);
 }
 
 const Dictionary* Bundle::infoDictionary() const {

@@ -31,8 +31,6 @@ public:
     std::string resourcePath() const;
     /// PATH/Contents/PlugIns.
     std::string plugInsPath() const;
-    /// PATH/Contents/MacOS/NAME with the name of "CFBundleExecutable"; nothing without one.
-    std::optional<std::string> executablePath() const;
 
     /// The Info.plist; null when it is missing or unreadable.
     const Dictionary* infoDictionary() const;

@@ -37,20 +37,18 @@ TEST_F(BundleTest, FoldersLieInContents) {
     EXPECT_EQ(bundle.bundlePath(), "/Apps/Test.app/");
 }
 
-TEST_F(BundleTest, InformationDictionaryNamesExecutableAndIdentifier) {
+TEST_F(BundleTest, InformationDictionaryNamesTheIdentifier) {
     writeInfo(Dictionary{{"CFBundleExecutable", "Test"}, {"CFBundleIdentifier", "com.test"}});
     const Bundle bundle = bundleFor();
     ASSERT_NE(bundle.infoDictionary(), nullptr);
     EXPECT_EQ(bundle.infoDictionary()->size(), 2u);
     EXPECT_EQ(bundle.bundleIdentifier(), "com.test");
-    EXPECT_EQ(bundle.executablePath(), "/Apps/Test.app/Contents/MacOS/Test");
 }
 
 TEST_F(BundleTest, MissingInformationIsNoProblem) {
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
     EXPECT_EQ(bundle.bundleIdentifier(), std::nullopt);
-    EXPECT_EQ(bundle.executablePath(), std::nullopt);
     EXPECT_EQ(bundle.takeProblems(), Names{});
 }
 
@@ -66,7 +64,6 @@ TEST_F(BundleTest, DamagedInformationIsSaidOnce) {
     disk.makeFile("/Apps/Test.app/Contents/Info.plist", "<plist><dict><key>");
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
-    EXPECT_EQ(bundle.executablePath(), std::nullopt);
     const Names problems = bundle.takeProblems();
     ASSERT_EQ(problems.size(), 1u);
     EXPECT_TRUE(problems[0].starts_with("\"/Apps/Test.app/Contents/Info.plist\": "));
@@ -92,16 +89,8 @@ TEST_F(BundleTest, FifoInPlaceOfTheInformationDoesNotHang) {
 }
 
 TEST_F(BundleTest, EntriesOfAnotherKindCountAsMissing) {
-    writeInfo(Dictionary{{"CFBundleExecutable", 1}, {"CFBundleIdentifier", true}});
-    EXPECT_EQ(bundleFor().executablePath(), std::nullopt);
+    writeInfo(Dictionary{{"CFBundleIdentifier", true}});
     EXPECT_EQ(bundleFor().bundleIdentifier(), std::nullopt);
-}
-
-TEST_F(BundleTest, ExecutableCannotLieOutsideItsFolder) {
-    for (const char* name : {"../../../bin/sh", "/bin/sh", "..", ".", ""}) {
-        writeInfo(Dictionary{{"CFBundleExecutable", name}});
-        EXPECT_EQ(bundleFor().executablePath(), std::nullopt) << name;
-    }
 }
 
 TEST_F(BundleTest, ResourceIsFoundByNameAndType) {
