@@ -23,6 +23,7 @@ REPAIRED = BUILD / "tests/e2e/repaired.tar"
 PYTHON = "/usr/bin/python3"
 INSIDE = "--inside"
 KEEP_REPAIRED = "keep_repaired"
+SKIPPED = 77
 # A test that hangs is ended; none comes near it.
 LONGEST = 300
 
@@ -42,6 +43,8 @@ class SandboxedTest(unittest.TestCase):
         finished = run_in_machine(self, os.path.abspath(sys.argv[0]), INSIDE, self.id().split(".", 1)[1])
         if finished.returncode == 0:
             result.addSuccess(self)
+        elif finished.returncode == SKIPPED:
+            result.addSkip(self, finished.stdout.strip().splitlines()[-1])
         else:
             failure = AssertionError(f"status {finished.returncode}\n{finished.stdout}")
             result.addFailure(self, (AssertionError, failure, None))
@@ -131,11 +134,14 @@ def main(reason_to_skip=reason_to_skip):
         loader = unittest.TestLoader()
         suite = loader.loadTestsFromName(sys.argv[-1], sys.modules["__main__"])
         result = unittest.TextTestRunner(stream=sys.stdout, verbosity=0).run(suite)
+        if result.wasSuccessful() and result.skipped:
+            print(result.skipped[0][1])
+            sys.exit(SKIPPED)
         sys.exit(0 if result.wasSuccessful() and result.testsRun == 1 else 1)
     reason = reason_to_skip()
     if reason:
         print("skipped:", reason)
-        sys.exit(77)
+        sys.exit(SKIPPED)
     unittest.main(verbosity=2)
 
 

@@ -2,6 +2,7 @@
 import ctypes
 import os
 import pathlib
+import resource
 import signal
 import subprocess
 
@@ -155,6 +156,17 @@ class Descriptors(AttackTest):
         os.close(writer)
 
 
+def most_core():
+    """The highest limit of core files that a user of this machine can have. That of the host stays where
+    it was started by an ordinary user: the machine's root is not the host's."""
+    try:
+        resource.setrlimit(resource.RLIMIT_CORE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
+    except (PermissionError, ValueError):
+        pass
+    most = resource.getrlimit(resource.RLIMIT_CORE)[1]
+    return "unlimited" if most == resource.RLIM_INFINITY else most
+
+
 class Limits(AttackTest):
     def expect_all_or_nothing(self, *limits, **options):
         """It works, or ends at once with nothing changed; the next run works anyway."""
@@ -195,8 +207,12 @@ class Limits(AttackTest):
             self.expect_all_or_nothing(f"{which}=0")
 
     def test_no_core_file_is_ever_left(self):
-        self.assertEqual(self.as_user("prlimit", "--core=unlimited", TOOL, "repaircore", "/x").returncode, 64)
+        most = most_core()
+        finished = self.as_user("prlimit", f"--core={most}:{most}", TOOL, "repaircore", "/x")
+        self.assertEqual(finished.returncode, 64)
         self.assertEqual([name for name in os.listdir(HOME) if "core" in name], [])
+        if most == 0:
+            self.skipTest("the hard limit of core files is 0 and cannot be raised: tried with that one alone")
 
 
 class Signals(AttackTest):
