@@ -5,14 +5,16 @@ WARNINGS_ARE_ERRORS ?= ON
 configure = cmake --preset $(1) -DQUILLMORE_WARNINGS_ARE_ERRORS=$(WARNINGS_ARE_ERRORS) >/dev/null
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build run test fuzz lint format bench screenshots clean
+.PHONY: help setup build run check test fuzz lint lint-all format bench screenshots clean
 
 help:
 	@echo "make run      build, then show the launcher at work on a private machine"
+	@echo "make check    build, then run the suites in C++: what to do between two changes"
 	@echo "make test     build, then run every test"
 	@echo "make build    build/Quillmore.app, complete and runnable from anywhere"
 	@echo "make fuzz     feed the parsers anything, FUZZ_SECONDS (600) each"
-	@echo "make lint     formatting, layering and static analysis"
+	@echo "make lint     formatting, layering and static analysis of what the last release has not"
+	@echo "make lint-all the same, with static analysis of every source"
 	@echo "make format   format every source"
 	@echo "make bench    build for speed, then run the benchmarks"
 	@echo "make screenshots  docs/images: the windows in each state"
@@ -31,10 +33,18 @@ build: setup
 run: build
 	@Packaging/run
 
+# One kind of test by its label: ctest --test-dir build/dev -L unit (system, window, e2e, attack); fuzz in build/fuzz.
+check: build
+	@cmake --build build/dev -j$(JOBS)
+	@$(run_tests) -L suite
+
+run_tests = tests/run build/dev -j$(TEST_JOBS)
+TEST_JOBS ?= 2
+
 test: build
 	@cmake --build build/dev -j$(JOBS)
-	@ctest --test-dir build/dev --output-on-failure -j2
-	@if $(has_fuzzer); then $(build_fuzz) && ctest --test-dir build/fuzz --output-on-failure -j2; \
+	@$(run_tests)
+	@if $(has_fuzzer); then $(build_fuzz) && tests/run build/fuzz -j$(TEST_JOBS); \
 	else echo "fuzz targets skipped: no clang++ with libFuzzer"; fi
 
 # What is found is kept: crashes in build/fuzz/fuzz, inputs worth more tries in corpus/ there.
@@ -52,8 +62,12 @@ lint:
 	@Packaging/setup --lint
 	@lint/layers
 	@lint/format-check
+	@lint/named-files
 	@$(call configure,dev)
-	@lint/tidy build/dev
+	@lint/tidy build/dev $(SOURCES)
+
+lint-all:
+	@$(MAKE) --no-print-directory lint SOURCES=--all
 
 format:
 	@Packaging/setup --lint

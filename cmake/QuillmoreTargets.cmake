@@ -11,10 +11,23 @@ function(quillmore_flags target)
         $<$<BOOL:${QUILLMORE_WARNINGS_ARE_ERRORS}>:-Werror>)
 endfunction()
 
+# quillmore_headers(NAME HEADER...): these headers, compiled once for all targets that reuse NAME. Every
+# source includes what it needs all the same: CMAKE_DISABLE_PRECOMPILE_HEADERS builds without.
+function(quillmore_headers name)
+    file(TOUCH ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
+    add_library(${name} OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp)
+    quillmore_flags(${name})
+    target_precompile_headers(${name} PRIVATE ${ARGN})
+endfunction()
+quillmore_headers(library_headers
+    <algorithm> <array> <charconv> <chrono> <functional> <map> <memory> <mutex> <optional> <string>
+    <string_view> <vector>)
+
 # quillmore_library(NAME [SOURCE...]): a library; folders add theirs by quillmore_sources.
 function(quillmore_library name)
     add_library(${name} STATIC ${ARGN})
     quillmore_flags(${name})
+    target_precompile_headers(${name} REUSE_FROM library_headers)
 endfunction()
 
 # quillmore_sources(TARGET [EXCEPT SOURCE...]): every other source of the list's own folder.
@@ -27,10 +40,23 @@ function(quillmore_sources target)
     target_sources(${target} PRIVATE ${sources})
 endfunction()
 
-# quillmore_test(NAME LIBRARY...): a test binary; folders add their tests by quillmore_sources.
+# quillmore_test(NAME [LABEL] LIBRARY...): a test binary; folders add their tests by quillmore_sources.
+# The label is "system" for tests of what the system gives, "window" for those of windows, else "unit".
+# ctest has each test by its name; "suite" is the label of all of them.
 function(quillmore_test name)
+    set(label unit)
+    if(ARGV1 MATCHES "^(system|window)$")
+        set(label ${ARGV1})
+        list(REMOVE_AT ARGN 0)
+    endif()
     add_executable(${name})
     quillmore_flags(${name})
+    target_compile_options(${name} PRIVATE ${QUILLMORE_TEST_FLAGS})
     target_link_libraries(${name} PRIVATE ${ARGN} GTest::gmock_main)
-    add_test(NAME ${name} COMMAND ${name})
+    if(NOT label STREQUAL window) # the toolkit asks for flags of a library
+        target_precompile_headers(${name} REUSE_FROM test_headers)
+    endif()
+    # Listed when ctest starts: a build lists nothing.
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX ${name}.
+        PROPERTIES LABELS "${label};suite" ENVIRONMENT "${quillmore_test_environment}")
 endfunction()
