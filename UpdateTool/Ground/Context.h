@@ -15,11 +15,15 @@ using Arguments = std::vector<std::string>;
 /// A whole file in memory.
 using Bytes = std::vector<std::uint8_t>;
 
+/// Whether a package may come without its signature over SHA-256. One that is there must be right.
+enum class SecondSignature { isOptional, isRequired };
+
 struct Context {
     /// Put before every path; "" in the program, and nothing outside a test may set another.
     std::string root;
     /// PEM text. Nothing is installed that does not verify under it.
     std::string publicKey;
+    SecondSignature secondSignature = SecondSignature::isOptional;
     /// The running program's own file.
     std::string programPath;
 

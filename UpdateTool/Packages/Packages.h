@@ -1,5 +1,6 @@
-// The files that a caller hands in. They are read once, as the caller, into memory that only this
-// process can change; the bytes that were verified there are the bytes that are used.
+// The files that a caller hands in. They are opened once, as the caller, and verified piece by
+// piece, so that only what the distributor signed is ever held; then they are read into memory that
+// only this process can change, and verified there: those bytes are the bytes that are used.
 //
 // A signature says more than "the distributor made these bytes": it covers a label in front of
 // them, with the command that may install them and the name or place they may get. So a signed tool
@@ -8,24 +9,20 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "UpdateTool/Ground/Context.h"
+#include "UpdateTool/Packages/InputFile.h"
+#include "UpdateTool/Packages/Signatures.h"
 
 namespace quillmore::updatetool {
 
-/// What a package is signed for: see PackageLabel.h.
-struct Purpose {
-    std::string command;
-    std::string name;
-};
-
 /// A regular file with one name, of at most `maximum` bytes; a link, FIFO or device is refused and
 /// never waited for.
-Bytes readAsCaller(const Context& context, const std::string& path, std::uint64_t maximum);
+InputFile openAsCaller(const Context& context, const std::string& path, std::uint64_t maximum);
 
-/// The package's bytes, verified. Fails (EX_DATAERR) unless the signature file is for exactly these
-/// bytes and this purpose.
+/// The package's bytes, verified. Fails (EX_DATAERR) unless the signature file, and the second one
+/// beside it, are for exactly these bytes and this purpose. The second may be missing (that, and
+/// no other trouble with it) unless the context requires it (EX_NOINPUT).
 Bytes readVerifiedPackage(const Context& context, const std::string& packagePath,
                           const std::string& signaturePath, const Purpose& purpose);
 /// The same for the running program's own file.

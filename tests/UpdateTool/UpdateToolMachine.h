@@ -14,6 +14,7 @@
 #include "UpdateTool/Commands/Operations.h"
 #include "UpdateTool/Ground/Failure.h"
 #include "UpdateTool/Packages/PackageLabel.h"
+#include "UpdateTool/Packages/Signatures.h"
 #include "tests/Common/Tools/integrity/TestKeys.h"
 #include "tests/Common/Tools/integrity/ZipBuilder.h"
 #include "tests/fakes/TemporaryRoot.h"
@@ -47,7 +48,8 @@ protected:
         std::ofstream(host(path), std::ios::binary) << bytes;
         ::chmod(host(path).c_str(), mode);
     }
-    /// The file, and beside it as PATH.sig its signature for a command and what it may become.
+    /// The file, and beside it as PATH.sig and PATH.sig256 its signatures for a command and what it
+    /// may become.
     void makeSigned(const std::string& path, const std::string& bytes, const std::string& command,
                     const std::string& name) const {
         makeFile(path, bytes);
@@ -58,11 +60,15 @@ protected:
         makeSigned(path, archive.bytes(), command, name);
     }
     void sign(const std::string& path, const std::string& command, const std::string& name) const {
-        const std::string label = updatetool::packageLabel(command, name);
-        const std::string bytes = read(path);
-        const auto signature =
-            rsaSignature(testKeys().privateKey, {bytesOf(label), bytesOf(bytes)});
-        makeFile(path + ".sig", std::string(signature->begin(), signature->end()));
+        writeSignature(path + ".sig", DigestKind::sha1, read(path), {command, name});
+        writeSignature(path + ".sig256", DigestKind::sha256, read(path), {command, name});
+    }
+    void writeSignature(const std::string& path, DigestKind kind, const std::string& bytes,
+                        const updatetool::Purpose& purpose,
+                        const std::string& privateKey = testKeys().privateKey) const {
+        const std::string label = updatetool::packageLabel(purpose.command, purpose.name);
+        const auto signature = rsaSignature(privateKey, {bytesOf(label), bytesOf(bytes)}, kind);
+        makeFile(path, std::string(signature->begin(), signature->end()));
     }
 
     /// The exit status; the line on standard error is in `errors`.

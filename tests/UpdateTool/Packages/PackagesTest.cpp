@@ -76,10 +76,10 @@ TEST_F(UpdateToolInput, EndlessPathIsShownInPart) {
 }
 TEST_F(UpdateToolInput, FileHasTheBytesThatItsReaderAllowsAtMost) {
     makeFile("/file", "12345");
-    EXPECT_EQ(refusalOf([&] { updatetool::readAsCaller(context, "/file", 5); }), "");
-    EXPECT_EQ(refusalOf([&] { updatetool::readAsCaller(context, "/file", 4); }),
+    EXPECT_EQ(refusalOf([&] { updatetool::openAsCaller(context, "/file", 5); }), "");
+    EXPECT_EQ(refusalOf([&] { updatetool::openAsCaller(context, "/file", 4); }),
               "65: \"/file\" is too large");
-    EXPECT_EQ(updatetool::readAsCaller(context, "/file", 9),
+    EXPECT_EQ(updatetool::openAsCaller(context, "/file", 9).readWhole(),
               (updatetool::Bytes{'1', '2', '3', '4', '5'}));
 }
 TEST_F(UpdateToolInput, SignatureIsForOneCommandAndOneName) {
