@@ -124,6 +124,8 @@ void makeProcessSafe(int argumentCount) {
 Context programContext() {
     Context context;
     context.publicKey = kPackagePublicKey;
+    context.secondSignature =
+        kRequireSha256 ? SecondSignature::isRequired : SecondSignature::isOptional;
     context.programPath = ownProgramPath();
     context.callerUser = ::getuid();
     context.callerGroup = ::getgid();
