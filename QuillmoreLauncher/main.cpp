@@ -11,7 +11,6 @@
 #include "Platform/Interface/DeferredUserInterface.h"
 #include "Platform/Interface/UserInterfaceModule.h"
 #include "Platform/Ports/Services.h"
-#include "Platform/Ports/SystemServices.h"
 #include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Processes/StandardStreams.h"
 #include "Platform/Processes/TerminationSignals.h"

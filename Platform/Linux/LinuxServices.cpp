@@ -5,7 +5,6 @@
 #include "Platform/Linux/LinuxSystemInformation.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Ports/Services.h"
-#include "Platform/Ports/SystemServices.h"
 
 namespace quillmore::platform {
 

@@ -1,7 +1,5 @@
 #include "Platform/Mac/MacServices.h"
 
-#include "Platform/Ports/Services.h"
-
 namespace quillmore::platform {
 
 void MacServices::fillIn(Services& services) {

@@ -7,7 +7,7 @@
 #include "Platform/Mac/MacScriptRunner.h"
 #include "Platform/Mac/MacSystemInformation.h"
 #include "Platform/Mac/MacWorkspace.h"
-#include "Platform/Ports/SystemServices.h"
+#include "Platform/Ports/Services.h"
 
 namespace quillmore::platform {
 

@@ -1,9 +1,12 @@
 // Everything that the upper rings get from outside, gathered by main.cpp (or by a test) before
-// anything else runs. The objects are owned by whoever gathered them and outlive all use.
+// anything else runs. The objects are owned by whoever gathered them and outlive all use. The
+// bodies of the ports are those of the system that the program is built for: the build picks what
+// is linked (`platform_backend`), main.cpp knows no system by name.
 #pragma once
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,5 +52,26 @@ Services& services();
 /// Not owned. Null takes them away (tests only).
 void setServices(Services* services);
 bool haveServices();
+
+struct SystemServicesOptions {
+    const FileManager& files;   ///< Outlives the services.
+    ProcessSpawner& processes;  ///< Outlives the services.
+    std::string plugInsPath;    ///< Where modules lie that are opened on first use.
+    /// Told what a body could not do, one line; for the log. Any thread.
+    std::function<void(const std::string&)> report;
+};
+
+/// The bodies of the ports on this system, gathered.
+class SystemServices {
+public:
+    virtual ~SystemServices() = default;
+    /// Puts the bodies in; the user interface and the concrete parts are left as they are.
+    virtual void fillIn(Services& services) = 0;
+};
+
+std::unique_ptr<SystemServices> makeSystemServices(const SystemServicesOptions& options);
+
+/// The path of this process's executable file; nothing when the system does not tell.
+std::optional<std::string> executablePathOfThisProcess();
 
 }  // namespace quillmore::platform

@@ -8,7 +8,7 @@
 
 #include "Platform/Files/FileManager.h"
 #include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/Ports/SystemServices.h"
+#include "Platform/Ports/Services.h"
 #include "Platform/Processes/Environment.h"
 #include "Platform/Processes/ProcessSpawner.h"
 

@@ -1,4 +1,4 @@
-#include "Platform/Ports/SystemServices.h"
+#include "Platform/Ports/Services.h"
 
 #include <filesystem>
 
