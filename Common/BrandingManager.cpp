@@ -1,7 +1,6 @@
 #include "Common/BrandingManager.h"
 
 #include "Common/UserManager.h"
-#include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
@@ -22,12 +21,6 @@ std::string tableText(const std::string& key) {
     return platform::services().mainBundle->localizedString(key);
 }
 
-void logBundleProblems() {
-    if (!platform::haveServices() || platform::services().mainBundle == nullptr) return;
-    for (const std::string& problem : platform::services().mainBundle->takeProblems())
-        logError("%@", problem);
-}
-
 std::string compositeKey(const std::optional<std::string>& section, const std::string& key) {
     return platform::format("%@_%@", section, key);
 }
@@ -43,9 +36,7 @@ BrandingManager::BrandingManager()
       sarvelProduct(tableText("SarvelProduct")),
       backupProduct(tableText("BackupProduct")),
       teamFolderProduct(tableText("TeamFolderProduct")),
-      teamFoldersProduct(tableText("TeamFoldersProduct")) {
-    logBundleProblems();
-}
+      teamFoldersProduct(tableText("TeamFoldersProduct")) {}
 
 std::string BrandingManager::substituted(std::string text) const {
     // The order counts: what one replacement puts in is open to the later ones.

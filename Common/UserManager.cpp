@@ -77,7 +77,6 @@ void UserManager::save() {
     UserDefaults* const defaults = standardUserDefaults();
     if (defaults == nullptr) return;
     const auto error = defaults->synchronize();
-    for (const std::string& problem : defaults->takeProblems()) logError("%@", problem);
     if (error) logError("Failed to save the user settings (%@)", nserrorToString(error));
 }
 

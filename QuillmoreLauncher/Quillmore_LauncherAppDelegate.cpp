@@ -45,7 +45,6 @@ void Quillmore_LauncherAppDelegate::applicationDidFinishLaunching() {
     logFilePath =
         initLogging3(defaults.stringForKey("FileLogging"), defaults.stringForKey("StdioLogging"),
                      std::nullopt, product, product);
-    for (const std::string& problem : defaults.takeProblems()) logError("%@", problem);
     logNormal("%@ version %@", product, versionOfThisAppAsString(true));
     logNormal("%@ did begin launching...", product);
 

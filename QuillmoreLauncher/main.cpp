@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "Common/utils/Logging.h"
+#include "Common/utils/ProblemLog.h"
 #include "Platform/Console/ConsoleUserInterface.h"
 #include "Platform/Files/FileManager.h"
 #include "Platform/Interface/Application.h"
@@ -38,46 +39,48 @@ int main(int argc, char** argv) {
         return 1;
     }
     const platform::FileManager files;
-    const std::string home = platform::homeFolderOfUser();
-    const std::string identifier =
-        platform::Bundle(files, *bundlePath, {}).bundleIdentifier().value_or("Quillmore");
-    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-    platform::UserDefaults defaults(files, home + "/Library/Preferences", identifier, arguments);
-    platform::Bundle bundle(files, *bundlePath, platform::preferredLanguages(defaults));
     platform::SystemClock clock;
     const auto processes = platform::makePosixProcessSpawner();
-    const auto report = [](const std::string& problem) { logError("%@", problem); };
+    ProblemLog problems;
+    // Only says who we are: what is wrong with its files, the bundle in the user's languages says.
+    const platform::Bundle self(files, *bundlePath, {}, platform::ignoredProblems());
     const auto system =
-        platform::makeSystemServices({files, *processes, bundle.plugInsPath(), report});
+        platform::makeSystemServices({files, *processes, self.plugInsPath(), problems});
+    // In force before the first file is read, so that its fault has a whole line in the log.
+    platform::Services services;
+    services.processName = platform::lastPathComponent(executable);
+    services.homeFolder = platform::homeFolderOfUser();
+    services.makeFileManager = [] { return std::make_unique<platform::FileManager>(); };
+    services.problems = &problems;
+    services.clock = &clock;
+    services.processes = processes.get();
+    system->fillIn(services);
+    platform::setServices(&services);
+
+    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    platform::UserDefaults defaults(files, services.homeFolder + "/Library/Preferences",
+                                    self.bundleIdentifier().value_or("Quillmore"), arguments,
+                                    problems);
+    platform::Bundle bundle(files, *bundlePath, platform::preferredLanguages(defaults), problems);
     platform::ConsoleUserInterface console(
         application.mainQueue(), STDIN_FILENO, stdout,
         [&bundle](std::string_view key) { return bundle.localizedString(key); });
     platform::DeferredUserInterface userInterface(
         console, [&]() -> std::unique_ptr<platform::UserInterface> {
             if (!platform::environmentAsksForWindows()) return nullptr;
-            std::string problem;
             auto windows = platform::makeUserInterfaceOfModule(
                 platform::userInterfaceModulePath(bundle.plugInsPath()),
-                platform::optionsForBundle(application, bundle,
-                                           platform::lastPathComponent(executable), report),
-                problem);
-            if (!windows) logError("%@ - the terminal is used", problem);
-            return windows;
+                platform::optionsForBundle(application, bundle, services.processName, problems));
+            if (windows) return std::move(*windows);
+            problems.report(windows.error().localizedDescription() + " - the terminal is used");
+            return nullptr;
         });
 
-    platform::Services services;
-    services.processName = platform::lastPathComponent(executable);
-    services.homeFolder = home;
-    services.makeFileManager = [] { return std::make_unique<platform::FileManager>(); };
     services.application = &application;
     services.mainBundle = &bundle;
     services.knownBundles = {&bundle};
-    services.clock = &clock;
-    services.processes = processes.get();
     services.standardUserDefaults = &defaults;
     services.userInterface = &userInterface;
-    system->fillIn(services);
-    platform::setServices(&services);
 
     Quillmore_LauncherAppDelegate delegate;
     application.exitProcess(runLauncher(delegate));

@@ -3,8 +3,9 @@
 #include <cerrno>
 
 #include "Common/utils/Folders.h"
-#include "Common/utils/Logging.h"
 #include "Platform/Formats/PropertyList.h"
+#include "Platform/Ports/Services.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 
@@ -27,8 +28,10 @@ std::optional<platform::Dictionary> dictionaryWithContentsOfFile(const std::stri
     } else if (const auto* dictionary = list->dictionary()) {
         return *dictionary;
     }
-    if (trouble == Trouble::isLogged)
-        logError("Failed to read property list \"%@\" (%@)", path, reason);
+    if (trouble == Trouble::isLogged) {
+        platform::services().problems->report(
+            platform::format("Failed to read property list \"%@\" (%@)", path, reason));
+    }
     return std::nullopt;
 }
 

@@ -1,4 +1,4 @@
-// Property-list files whose trouble belongs into the log.
+// Property-list files that hold a dictionary.
 #pragma once
 
 #include <optional>
@@ -10,8 +10,8 @@ namespace quillmore {
 
 enum class Trouble { isLogged, isSilent };
 
-/// The dictionary in a file; nothing when it is missing (never logged) or unreadable, damaged, too
-/// large or not a dictionary (one error line naming the file and what is wrong, unless silent).
+/// The dictionary in a file; nothing when it is missing (never reported) or unreadable, damaged,
+/// too large or not a dictionary (reported by the file's name and what is wrong, unless ignored).
 std::optional<platform::Dictionary> dictionaryWithContentsOfFile(
     const std::string& path, Trouble trouble = Trouble::isLogged);
 

@@ -26,7 +26,7 @@ std::string buildText() {
 
 UserInterfaceModuleOptions optionsForBundle(MainApplication& application, const Bundle& bundle,
                                             const std::string& applicationName,
-                                            std::function<void(const std::string&)> report) {
+                                            Problems& problems) {
     const auto localizations = bundle.preferredLocalizations();
     UserInterfaceModuleOptions options;
     options.mainQueue = &application.mainQueue();
@@ -38,11 +38,11 @@ UserInterfaceModuleOptions optionsForBundle(MainApplication& application, const 
     options.localizedString = [&bundle](std::string_view key) {
         return bundle.localizedString(key);
     };
-    options.displayWasLost = [&application, report] {
-        report("The display was lost, will terminate now");
+    options.displayWasLost = [&application, &problems] {
+        problems.report("The display was lost, will terminate now");
         application.exitProcess(1);
     };
-    options.report = std::move(report);
+    options.problems = &problems;
     return options;
 }
 
@@ -55,18 +55,14 @@ std::string userInterfaceModulePath(const std::string& folder) {
     return folder + "/" + QUILLMORE_USER_INTERFACE_MODULE_FILE;
 }
 
-std::unique_ptr<UserInterface> makeUserInterfaceOfModule(const std::string& path,
-                                                         const UserInterfaceModuleOptions& options,
-                                                         std::string& problem) {
+MadeUserInterface makeUserInterfaceOfModule(const std::string& path,
+                                            const UserInterfaceModuleOptions& options) {
     Module<UserInterfaceModule> library(path, kUserInterfaceModuleEntryPointName,
                                         kUserInterfaceModuleVersion);
-    const UserInterfaceModule* const module = library.open(problem);
-    if (module == nullptr) return nullptr;
-    if (module->build != userInterfaceModuleBuild()) {
-        problem = notOfThisVersion(path);
-        return nullptr;
-    }
-    return std::unique_ptr<UserInterface>(module->make(options, problem));
+    const auto module = library.open();
+    if (!module) return module.error();
+    if ((*module)->build != userInterfaceModuleBuild()) return notOfThisVersion(path);
+    return (*module)->make(options);
 }
 
 }  // namespace quillmore::platform

@@ -12,6 +12,8 @@
 #include <string_view>
 
 #include "Platform/Interface/UserInterface.h"
+#include "Platform/Values/Problems.h"
+#include "Platform/Values/Result.h"
 
 namespace quillmore::platform {
 
@@ -28,8 +30,7 @@ struct UserInterfaceModuleOptions {
     std::function<std::optional<std::string>(std::string_view name, std::string_view type)>
         pathForResource;
     std::function<std::string(std::string_view key)> localizedString;
-    /// Told what went wrong, one line; for the log.
-    std::function<void(const std::string&)> report;
+    Problems* problems = &ignoredProblems();  ///< Also told what the toolkit complains about.
     /// The display went away while windows were up: expected to end the process.
     std::function<void()> displayWasLost;
 };
@@ -37,19 +38,19 @@ struct UserInterfaceModuleOptions {
 /// Options that show the texts and resources of a bundle. All outlive the user interface; a lost
 /// display is reported and ends the process with status 1.
 UserInterfaceModuleOptions optionsForBundle(MainApplication& application, const Bundle& bundle,
-                                            const std::string& applicationName,
-                                            std::function<void(const std::string&)> report);
+                                            const std::string& applicationName, Problems& problems);
+
+using MadeUserInterface = Result<std::unique_ptr<UserInterface>>;
 
 struct UserInterfaceModule {
     std::uint32_t version;  ///< kUserInterfaceModuleVersion of the module's build.
     const char* build;      ///< userInterfaceModuleBuild() of the module's build.
-    /// Null when the display cannot be used; `problem` says why, and nothing was left behind.
-    UserInterface* (*make)(const UserInterfaceModuleOptions& options,
-                           std::string& problem) noexcept;
+    /// An error says why the display cannot be used; nothing was left behind then.
+    MadeUserInterface (*make)(const UserInterfaceModuleOptions& options) noexcept;
 };
 
 /// Raised with every change of what passes the border.
-inline constexpr std::uint32_t kUserInterfaceModuleVersion = 1;
+inline constexpr std::uint32_t kUserInterfaceModuleVersion = 2;
 /// Takes no arguments and returns a `const UserInterfaceModule*` that lives for ever.
 inline constexpr const char* kUserInterfaceModuleEntryPointName = "quillmoreUserInterfaceModule";
 
@@ -58,10 +59,9 @@ std::string_view userInterfaceModuleBuild();
 
 /// Where the module lies in a folder: its file bears the name that the build gives to modules.
 std::string userInterfaceModulePath(const std::string& folder);
-/// Opens the module at the path and makes its user interface. Null when the module is missing, of
-/// another build or cannot use the display: `problem` then says why, in one line.
-std::unique_ptr<UserInterface> makeUserInterfaceOfModule(const std::string& path,
-                                                         const UserInterfaceModuleOptions& options,
-                                                         std::string& problem);
+/// Opens the module at the path and makes its user interface. An error says in one line that the
+/// module is missing, of another build or cannot use the display.
+MadeUserInterface makeUserInterfaceOfModule(const std::string& path,
+                                            const UserInterfaceModuleOptions& options);
 
 }  // namespace quillmore::platform

@@ -126,12 +126,12 @@ OSStatus LinuxAuthorization::copyRights(AuthorizationReference& reference,
 }
 
 OSStatus LinuxAuthorization::askPolkit(Reference& reference, bool interactionAllowed) {
-    std::string problem;
-    const QuillmorePolkitModule* polkit = module_.open(problem);
-    if (polkit == nullptr) {
-        report(problem);
+    const auto module = module_.open();
+    if (!module) {
+        options_.problems->report(module.error().localizedDescription());
         return kAuthorizationInternal;
     }
+    const QuillmorePolkitModule* polkit = *module;
     reference.agent.reset();
     const QuillmorePolkitQuestion question{kActions.data(), interactionAllowed ? 1 : 0, &kTerminal};
     QuillmorePolkitAgent* agent = nullptr;
@@ -150,7 +150,7 @@ OSStatus LinuxAuthorization::askPolkit(Reference& reference, bool interactionAll
         case kQuillmorePolkitError:
             break;
     }
-    report("polkit: " + std::string(text.data()));
+    options_.problems->report("polkit: " + std::string(text.data()));
     return kAuthorizationInternal;
 }
 
@@ -190,7 +190,7 @@ OSStatus LinuxAuthorization::executeWithPrivileges(AuthorizationReference& refer
         started.communicationsStream = std::move(readEnd);
         return kAuthorizationSuccess;
     } catch (const Exception& exception) {
-        report(exception.description());
+        options_.problems->report(exception.description());
         return kAuthorizationToolExecuteFailure;
     }
 }
@@ -214,10 +214,6 @@ OSStatus LinuxAuthorization::awaitTool(const Reference& reference, pid_t process
 
 void LinuxAuthorization::free(std::unique_ptr<AuthorizationReference> reference) {
     reference.reset();
-}
-
-void LinuxAuthorization::report(const std::string& problem) const {
-    if (options_.report) options_.report(problem);
 }
 
 }  // namespace quillmore::platform

@@ -6,11 +6,10 @@
 
 #include <unistd.h>
 
-#include <functional>
-
 #include "Platform/Linux/ProcFolder.h"
 #include "Platform/Ports/Authorization.h"
 #include "Platform/Processes/Module.h"
+#include "Platform/Values/Problems.h"
 
 struct QuillmorePolkitModule;
 struct QuillmorePolkitAgent;
@@ -28,8 +27,7 @@ struct LinuxAuthorizationOptions {
     std::string pkexecPath = "/usr/bin/pkexec";
     std::string procFolder = "/proc";
     uid_t effectiveUser = ::geteuid();
-    /// Told why polkit could not be asked, one line; for the log. Called on the asking thread.
-    std::function<void(const std::string&)> report;
+    Problems* problems = &ignoredProblems();  ///< Told why polkit could not be asked.
 };
 
 class LinuxAuthorization final : public Authorization {
@@ -58,7 +56,6 @@ private:
     class Reference;
     OSStatus askPolkit(Reference& reference, bool interactionAllowed);
     OSStatus awaitTool(const Reference& reference, pid_t process);
-    void report(const std::string& problem) const;
 
     ProcessSpawner& spawner_;
     const LinuxAuthorizationOptions options_;

@@ -137,22 +137,18 @@ void LinuxKeychain::remember(OSStatus status) {
 }
 
 OSStatus LinuxKeychain::ask(const Subject& subject, const Call& call) {
-    std::string cannotBeOpened;
-    const QuillmoreSecretModule* secrets = module_.open(cannotBeOpened);
-    if (secrets == nullptr) {
-        report(cannotBeOpened);
+    const auto secrets = module_.open();
+    if (!secrets) {
+        options_.problems->report(secrets.error().localizedDescription());
         return kKeychainNotAvailable;
     }
     std::array<char, 512> problem{};
     const std::int32_t answer =
-        call(*secrets, {subject.service.c_str(), subject.account.c_str(), subject.item.c_str(),
-                        problem.data(), problem.size()});
-    if (problem[0] != '\0') report("Secret Service: " + std::string(problem.data()));
+        call(**secrets, {subject.service.c_str(), subject.account.c_str(), subject.item.c_str(),
+                         problem.data(), problem.size()});
+    if (problem[0] != '\0')
+        options_.problems->report("Secret Service: " + std::string(problem.data()));
     return statusOf(answer);
-}
-
-void LinuxKeychain::report(const std::string& problem) const {
-    if (options_.report) options_.report(problem);
 }
 
 }  // namespace quillmore::platform

@@ -9,6 +9,7 @@
 
 #include "Platform/Ports/Keychain.h"
 #include "Platform/Processes/Module.h"
+#include "Platform/Values/Problems.h"
 
 struct QuillmoreSecretModule;
 struct QuillmoreSecretRequest;
@@ -17,9 +18,8 @@ namespace quillmore::platform {
 
 struct LinuxKeychainOptions {
     std::string moduleFolder;  ///< Holds the secret module: the bundle's Contents/PlugIns.
-    /// Told why the Secret Service could not be used, one line; for the log. Holds no secret.
-    /// Called on the asking thread.
-    std::function<void(const std::string&)> report;
+    /// Told why the Secret Service could not be used, never a secret.
+    Problems* problems = &ignoredProblems();
     /// Tests turn it by hand.
     std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
 };
@@ -52,7 +52,6 @@ private:
     OSStatus standing();
     void remember(OSStatus status);
     OSStatus performOn(KeychainItem& item, const Call& call);
-    void report(const std::string& problem) const;
 
     const LinuxKeychainOptions options_;
     Module<QuillmoreSecretModule> module_;

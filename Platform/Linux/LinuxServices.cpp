@@ -13,7 +13,7 @@ namespace {
 LinuxAuthorizationOptions authorizationOptions(const SystemServicesOptions& options) {
     LinuxAuthorizationOptions made;
     made.moduleFolder = options.plugInsPath;
-    made.report = options.report;
+    made.problems = &options.problems;
     return made;
 }
 
@@ -24,7 +24,7 @@ public:
           workspace_(options.files, options.processes),
           appleEvents_(workspace_),
           authorization_(options.processes, authorizationOptions(options)),
-          keychain_({options.plugInsPath, options.report}) {}
+          keychain_({options.plugInsPath, &options.problems}) {}
 
     void fillIn(Services& services) override {
         services.appleEvents = &appleEvents_;

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Values/Problems.h"
+
 namespace quillmore::platform {
 
 class AppleEvents;
@@ -32,6 +34,7 @@ struct Services {
     /// A plain file manager of one's own: each thread makes one.
     std::function<std::unique_ptr<FileManager>()> makeFileManager;
 
+    Problems* problems = &ignoredProblems();  ///< Never null.
     Application* application = nullptr;
     Bundle* mainBundle = nullptr;
     std::vector<Bundle*> knownBundles;  ///< The main bundle and those that were loaded.
@@ -57,8 +60,7 @@ struct SystemServicesOptions {
     const FileManager& files;   ///< Outlives the services.
     ProcessSpawner& processes;  ///< Outlives the services.
     std::string plugInsPath;    ///< Where modules lie that are opened on first use.
-    /// Told what a body could not do, one line; for the log. Any thread.
-    std::function<void(const std::string&)> report;
+    Problems& problems;         ///< Outlives the services.
 };
 
 /// The bodies of the ports on this system, gathered.

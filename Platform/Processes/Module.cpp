@@ -4,16 +4,15 @@
 
 namespace quillmore::platform {
 
-void* symbolOfLibrary(const std::string& path, const char* name, std::string& problem) {
+Result<void*> symbolOfLibrary(const std::string& path, const char* name) {
     void* const library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library != nullptr) return ::dlsym(library, name);
     const char* const reason = ::dlerror();
-    problem = reason != nullptr ? reason : path + ": cannot be opened";
-    return nullptr;
+    return Error::file(reason != nullptr ? reason : path + ": cannot be opened");
 }
 
-std::string notOfThisVersion(const std::string& path) {
-    return path + ": is not of this version";
+Error notOfThisVersion(const std::string& path) {
+    return Error::file(path + ": is not of this version");
 }
 
 }  // namespace quillmore::platform

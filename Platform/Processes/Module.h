@@ -8,14 +8,16 @@
 #include <mutex>
 #include <string>
 
+#include "Platform/Values/Result.h"
+
 namespace quillmore::platform {
 
-/// Opens the library at the path and looks the symbol up. Null when the library has no such symbol,
-/// and when it cannot be opened: only then `problem` says why, in one line.
-void* symbolOfLibrary(const std::string& path, const char* name, std::string& problem);
+/// Opens the library at the path and looks the symbol up: null when it has none of that name. An
+/// error says in one line why the library cannot be opened.
+Result<void*> symbolOfLibrary(const std::string& path, const char* name);
 
 /// What is wrong with a library that is no module of this build.
-std::string notOfThisVersion(const std::string& path);
+Error notOfThisVersion(const std::string& path);
 
 template <class Agreement>
 class Module {
@@ -24,23 +26,24 @@ public:
     Module(std::string path, const char* entryPoint, std::uint32_t version)
         : path_(std::move(path)), entryPoint_(entryPoint), version_(version) {}
 
-    /// Null when the library cannot be opened or is not of that version; `problem` then says why,
-    /// in one line. A failure is tried again next time: the user may have mended it.
-    const Agreement* open(std::string& problem) {
+    /// Never null. An error says in one line that the library cannot be opened or is not of that
+    /// version. A failure is tried again next time: the user may have mended it.
+    Result<const Agreement*> open() {
         const std::lock_guard lock(mutex_);
-        if (agreement_ == nullptr) agreement_ = load(problem);
-        return agreement_;
+        if (agreement_ != nullptr) return agreement_;
+        const Result<const Agreement*> loaded = load();
+        if (loaded) agreement_ = *loaded;
+        return loaded;
     }
 
 private:
-    const Agreement* load(std::string& problem) const {
-        std::string cannotBeOpened;
-        const auto entryPoint = reinterpret_cast<const Agreement* (*)()>(
-            symbolOfLibrary(path_, entryPoint_, cannotBeOpened));
+    Result<const Agreement*> load() const {
+        const Result<void*> symbol = symbolOfLibrary(path_, entryPoint_);
+        if (!symbol) return symbol.error();
+        const auto entryPoint = reinterpret_cast<const Agreement* (*)()>(*symbol);
         const Agreement* const found = entryPoint != nullptr ? entryPoint() : nullptr;
-        if (found != nullptr && found->version == version_) return found;
-        problem = cannotBeOpened.empty() ? notOfThisVersion(path_) : cannotBeOpened;
-        return nullptr;
+        if (found == nullptr || found->version != version_) return notOfThisVersion(path_);
+        return found;
     }
 
     const std::string path_;

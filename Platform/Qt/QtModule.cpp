@@ -19,7 +19,7 @@ UserInterfaceModuleOptions* theOptions = nullptr;
 /// The toolkit's lesser complaints are of no use to anybody who reads the log.
 void reportMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
     if (type != QtCriticalMsg && type != QtFatalMsg) return;
-    if (theOptions->report) theOptions->report("Qt: " + text.simplified().toStdString());
+    theOptions->problems->report("Qt: " + text.simplified().toStdString());
 }
 
 /// The toolkit calls exit() when its display goes away. The program itself never does: it must not
@@ -58,20 +58,17 @@ std::optional<std::string> problemWithWindows() {
 #endif
 }
 
-UserInterface* make(const UserInterfaceModuleOptions& options, std::string& problem) noexcept {
+MadeUserInterface make(const UserInterfaceModuleOptions& options) noexcept {
     try {
         if (qApp == nullptr) {
-            if (auto found = problemWithWindows()) {
-                problem = "No window can be shown: " + *found;
-                return nullptr;
-            }
+            if (const auto found = problemWithWindows())
+                return Error::file("No window can be shown: " + *found);
             theOptions = new UserInterfaceModuleOptions(options);
             startToolkit();
         }
-        return new QtUserInterface(options);
+        return MadeUserInterface(std::make_unique<QtUserInterface>(options));
     } catch (const std::exception& failure) {
-        problem = failure.what();
-        return nullptr;
+        return Error::file(failure.what());
     }
 }
 

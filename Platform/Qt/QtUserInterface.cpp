@@ -161,8 +161,8 @@ ShownWindow& QtUserInterface::shown(Window& window) {
     known = std::make_unique<ShownWindow>(
         window, layoutOf(window), [this](const std::function<void()>& work) { atEdge(work); });
     if (!known->problem().empty())
-        report("\"" + window.interfaceFile() + "." + kInterfaceFileType +
-               "\": " + known->problem() + " - a plain window is shown");
+        options_.problems->report("\"" + window.interfaceFile() + "." + kInterfaceFileType +
+                                  "\": " + known->problem() + " - a plain window is shown");
     return *known;
 }
 
@@ -176,13 +176,15 @@ std::unique_ptr<WindowDialog> QtUserInterface::layoutOf(const Window& window) {
                               : std::nullopt;
         file = std::make_unique<InterfaceFile>(path.value_or(""));
         if (!path)
-            report("\"" + name + "\": there is no such resource - plain windows are shown");
+            options_.problems->report("\"" + name +
+                                      "\": there is no such resource - plain windows are shown");
         else if (!file->problem().empty())
-            report(file->problem() + " - plain windows are shown");
+            options_.problems->report(file->problem() + " - plain windows are shown");
     }
     auto dialog = file->takeWindow(window.name());
     if (!dialog && file->problem().empty())
-        report("\"" + name + "\": no window \"" + window.name() + "\" - a plain window is shown");
+        options_.problems->report("\"" + name + "\": no window \"" + window.name() +
+                                  "\" - a plain window is shown");
     return dialog;
 }
 
@@ -201,10 +203,6 @@ void QtUserInterface::atEdge(const std::function<void()>& work) {
 
 void QtUserInterface::raisePending() {
     if (const auto raised = std::exchange(pending_, nullptr)) std::rethrow_exception(raised);
-}
-
-void QtUserInterface::report(const std::string& problem) const {
-    if (options_.report) options_.report(problem);
 }
 
 }  // namespace quillmore::platform

@@ -39,7 +39,6 @@ private:
     WindowDialog* frontWindow() const;
     std::string localized(const char* key) const;
     void atEdge(const std::function<void()>& work);
-    void report(const std::string& problem) const;
     void raisePending();
 
     UserInterfaceModuleOptions options_;

@@ -6,6 +6,7 @@
 #include "Platform/Files/FileManager.h"
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Values/LanguageTags.h"
+#include "Platform/Values/Problems.h"
 
 namespace quillmore::platform {
 
@@ -33,10 +34,11 @@ std::string fileName(std::string_view name, std::string_view type) {
 }  // namespace
 
 Bundle::Bundle(const FileManager& fileManager, std::string path,
-               std::vector<std::string> preferredLanguages)
+               std::vector<std::string> preferredLanguages, Problems& problems)
     : fileManager_(fileManager),
       path_(std::move(path)),
-      preferredLanguages_(std::move(preferredLanguages)) {}
+      preferredLanguages_(std::move(preferredLanguages)),
+      problems_(problems) {}
 
 std::string Bundle::resourcePath() const {
     return pathByAppending(path_, "Contents/Resources");
@@ -57,19 +59,18 @@ const Dictionary* Bundle::info() const {
         const std::string file = pathByAppending(path_, "Contents/Info.plist");
         const Result<Value> list = readPropertyList(fileManager_, file);
         if (!list) {
-            addProblem(file, list.error());
+            report(file, list.error());
         } else if (const Dictionary* dictionary = list->dictionary()) {
             info_ = *dictionary;
         } else {
-            addProblem(file, Error::file("is not a dictionary"));
+            report(file, Error::file("is not a dictionary"));
         }
     }
     return info_ ? &*info_ : nullptr;
 }
 
-void Bundle::addProblem(const std::string& file, const Error& error) const {
-    if (!meansMissing(error))
-        problems_.push_back("\"" + file + "\": " + error.localizedDescription());
+void Bundle::report(const std::string& file, const Error& error) const {
+    if (!meansMissing(error)) problems_.report("\"" + file + "\": " + error.localizedDescription());
 }
 
 std::optional<std::string> Bundle::bundleIdentifier() const {
@@ -112,7 +113,7 @@ const StringTable& Bundle::table(std::string_view name) const {
             table = std::move(*texts);
             break;
         }
-        addProblem(file, texts.error());
+        report(file, texts.error());
     }
     return table;
 }
@@ -144,11 +145,6 @@ const std::vector<std::string>& Bundle::localizations() const {
             appendOnce(*localizations_, name);
     }
     return *localizations_;
-}
-
-std::vector<std::string> Bundle::takeProblems() const {
-    const std::lock_guard lock(mutex_);
-    return std::exchange(problems_, {});
 }
 
 std::optional<std::string> bundlePathOfExecutable(std::string_view executablePath) {

@@ -1,6 +1,6 @@
 // A bundle folder: its Info.plist, its resources and their localisations.
 // The information dictionary and the string tables are read on first use under a lock and kept, so
-// a bundle may be asked from any thread. Trouble with a file is kept for the log (`takeProblems`).
+// a bundle may be asked from any thread. What is wrong with a file is reported when it is read.
 #pragma once
 
 #include <map>
@@ -18,13 +18,15 @@
 namespace quillmore::platform {
 
 class FileManager;
+class Problems;
 
 class Bundle {
 public:
-    /// `fileManager` must outlive the bundle. `preferredLanguages`: most wanted first ("de-AT",
-    /// "en").
+    /// `fileManager` and `problems` must outlive the bundle. `preferredLanguages`: most wanted
+    /// first
+    /// ("de-AT", "en"). Each file is reported once.
     Bundle(const FileManager& fileManager, std::string path,
-           std::vector<std::string> preferredLanguages);
+           std::vector<std::string> preferredLanguages, Problems& problems);
 
     const std::string& bundlePath() const { return path_; }
     /// PATH/Contents/Resources.
@@ -50,27 +52,24 @@ public:
     /// is the name of a ".lproj" folder that is there ("German" may be the one for "de").
     std::vector<std::string> preferredLocalizations() const;
 
-    /// What was found wrong with files so far, one text a file, each said once: takes them out.
-    std::vector<std::string> takeProblems() const;
-
 private:
     // The lock is held by the caller of these.
     const Dictionary* info() const;
     const StringTable& table(std::string_view name) const;
     const std::vector<std::string>& localizations() const;
-    void addProblem(const std::string& file, const Error& error) const;
+    void report(const std::string& file, const Error& error) const;
 
     std::string localizationPath(std::string_view localization) const;
 
     const FileManager& fileManager_;
     std::string path_;
     std::vector<std::string> preferredLanguages_;
+    Problems& problems_;
     mutable std::mutex mutex_;
     mutable bool infoRead_ = false;
     mutable std::optional<Dictionary> info_;
     mutable std::optional<std::vector<std::string>> localizations_;
     mutable std::map<std::string, StringTable, std::less<>> tables_;
-    mutable std::vector<std::string> problems_;
 };
 
 /// The ".app" folder that holds an executable at CONTAINER.app/Contents/MacOS/NAME; nothing when

@@ -6,6 +6,7 @@
 
 #include "Platform/Files/FileManager.h"
 #include "Platform/Files/LockFile.h"
+#include "Platform/Values/Problems.h"
 
 namespace quillmore::platform {
 
@@ -42,10 +43,12 @@ Dictionary argumentDomain(std::span<const std::string> arguments) {
 }  // namespace
 
 UserDefaults::UserDefaults(const FileManager& fileManager, std::string preferencesFolder,
-                           std::string identifier, std::span<const std::string> arguments)
+                           std::string identifier, std::span<const std::string> arguments,
+                           Problems& problems)
     : fileManager_(fileManager),
       preferencesFolder_(std::move(preferencesFolder)),
       identifier_(std::move(identifier)),
+      problems_(problems),
       argument_(argumentDomain(arguments)) {}
 
 void UserDefaults::registerDefaults(const Dictionary& factorySettings) {
@@ -116,7 +119,7 @@ std::optional<Error> UserDefaults::savePending() {
     if (!fileLock) return fileLock.error();
     const auto merged = mergeIntoDomainFile(fileManager_, applicationFile(), pending_);
     if (!merged) return merged.error();
-    if (merged->damage) addProblem(applicationFile(), *merged->damage);
+    if (merged->damage) report(applicationFile(), *merged->damage);
     pending_.clear();
     return std::nullopt;
 }
@@ -135,18 +138,13 @@ void UserDefaults::readDomains() const {
 Dictionary UserDefaults::readDomain(const std::string& file) const {
     Result<Dictionary> domain = readDomainFile(fileManager_, file);
     if (domain) return std::move(*domain);
-    addProblem(file, domain.error());
+    report(file, domain.error());
     return {};
 }
 
-void UserDefaults::addProblem(const std::string& file, const Error& error) const {
-    std::string problem = "\"" + file + "\": " + error.localizedDescription();
-    if (problemsSaid_.insert(problem).second) problems_.push_back(std::move(problem));
-}
-
-std::vector<std::string> UserDefaults::takeProblems() const {
-    const std::lock_guard lock(mutex_);
-    return std::exchange(problems_, {});
+void UserDefaults::report(const std::string& file, const Error& error) const {
+    const std::string problem = "\"" + file + "\": " + error.localizedDescription();
+    if (reported_.insert(problem).second) problems_.report(problem);
 }
 
 }  // namespace quillmore::platform

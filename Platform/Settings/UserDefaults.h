@@ -21,12 +21,15 @@
 namespace quillmore::platform {
 
 class FileManager;
+class Problems;
 
 class UserDefaults {
 public:
-    /// `fileManager` must outlive the object. `arguments` without the program's name.
+    /// `fileManager` and `problems` must outlive the object. `arguments` without the program's
+    /// name. What is wrong with a file is reported when it is read, each fault once.
     UserDefaults(const FileManager& fileManager, std::string preferencesFolder,
-                 std::string identifier, std::span<const std::string> arguments);
+                 std::string identifier, std::span<const std::string> arguments,
+                 Problems& problems);
 
     /// Adds factory settings; a key registered again is replaced.
     void registerDefaults(const Dictionary& factorySettings);
@@ -47,20 +50,18 @@ public:
     /// aside as FILE.damaged before it is replaced.
     std::optional<Error> synchronize();
 
-    /// What was found wrong with the files so far, each said once: takes them out.
-    std::vector<std::string> takeProblems() const;
-
 private:
     // The lock is held by the caller of these.
     std::string applicationFile() const;
     void readDomains() const;
     Dictionary readDomain(const std::string& file) const;
     std::optional<Error> savePending();
-    void addProblem(const std::string& file, const Error& error) const;
+    void report(const std::string& file, const Error& error) const;
 
     const FileManager& fileManager_;
     std::string preferencesFolder_;
     std::string identifier_;
+    Problems& problems_;
     mutable std::mutex mutex_;
     Dictionary argument_;
     mutable bool read_ = false;
@@ -68,8 +69,7 @@ private:
     mutable Dictionary global_;
     Dictionary registration_;
     DomainChanges pending_;
-    mutable std::vector<std::string> problems_;
-    mutable std::set<std::string> problemsSaid_;
+    mutable std::set<std::string> reported_;
 };
 
 }  // namespace quillmore::platform

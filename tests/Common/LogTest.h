@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Common/utils/Logging.h"
+#include "Common/utils/ProblemLog.h"
 #include "Platform/Threads/Thread.h"
 #include "tests/fakes/TestServices.h"
 
@@ -54,7 +55,8 @@ protected:
         return result;
     }
 
-    TestServices services;
+    ProblemLog problemLog;
+    TestServices services{&problemLog};
 };
 
 }  // namespace quillmore::tests

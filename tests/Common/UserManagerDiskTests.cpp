@@ -21,7 +21,7 @@ protected:
     void readAnew() {
         services.defaults = std::make_unique<platform::UserDefaults>(
             services.files, "/Users/jo/Library/Preferences", "com.quillmore.launcher",
-            std::span<const std::string>());
+            std::span<const std::string>(), problemLog);
         services.set.standardUserDefaults = services.defaults.get();
     }
     UserManager manager;

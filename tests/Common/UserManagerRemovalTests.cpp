@@ -126,7 +126,7 @@ TEST_F(UserRemovalTest, SelectedUserIsClearedAndAnotherStays) {
 TEST_F(UserRemovalTest, IsOnTheDiskBeforeTheSenderIsTold) {
     remove("jo", false);
     platform::UserDefaults others(services.files, "/Users/jo/Library/Preferences",
-                                  "com.quillmore.launcher", {});
+                                  "com.quillmore.launcher", {}, *services.set.problems);
     EXPECT_EQ(others.arrayForKey(kUserList), Array{user("al")});
     EXPECT_EQ(others.stringForKey(kLastUsedUserName), std::nullopt);
 }

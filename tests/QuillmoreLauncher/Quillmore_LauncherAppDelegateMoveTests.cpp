@@ -19,8 +19,8 @@ protected:
     }
     void startFrom(const std::string& bundlePath) {
         services.makeFolder(bundlePath);
-        services.bundle = std::make_unique<platform::Bundle>(services.files, bundlePath,
-                                                             std::vector<std::string>{"en"});
+        services.bundle = std::make_unique<platform::Bundle>(
+            services.files, bundlePath, std::vector<std::string>{"en"}, *services.set.problems);
         services.set.mainBundle = services.bundle.get();
         services.set.knownBundles = {services.bundle.get()};
         platform::SharedInstanceBase::forgetAll();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "Common/utils/Logging.h"
+#include "Common/utils/ProblemLog.h"
 #include "QuillmoreLauncher/Classes/InstallCheckManager.h"
 #include "tests/fakes/FaultyFileManager.h"
 #include "tests/fakes/TestServices.h"
@@ -79,7 +80,8 @@ protected:
     }
 
     std::shared_ptr<FileFaults> faults = std::make_shared<FileFaults>();
-    TestServices services;
+    ProblemLog problemLog;
+    TestServices services{&problemLog};
     CapturedOutput output;
 
 private:

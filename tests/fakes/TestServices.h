@@ -22,6 +22,7 @@
 #include "tests/fakes/FakeSystemInformation.h"
 #include "tests/fakes/FakeUserInterface.h"
 #include "tests/fakes/FakeWorkspace.h"
+#include "tests/fakes/RecordingProblems.h"
 #include "tests/fakes/TemporaryRoot.h"
 
 namespace quillmore::tests {
@@ -32,15 +33,17 @@ inline constexpr const char* kTestHome = "/Users/jo";
 /// Paths given to its functions are the system's ("/Library/..."), inside the test's root.
 class TestServices : public TemporaryRoot {
 public:
-    TestServices() {
+    /// Problems are recorded in `problems`, unless they are to go elsewhere.
+    explicit TestServices(platform::Problems* problemsGoTo = nullptr) {
+        set.problems = problemsGoTo != nullptr ? problemsGoTo : &problems;
         makeFolder(std::string(kTestBundlePath) + "/Contents/Resources");
         makeFolder(std::string(kTestHome) + "/Library/Preferences");
         makeFolder("/tmp");
         bundle = std::make_unique<platform::Bundle>(files, kTestBundlePath,
-                                                    std::vector<std::string>{"en"});
+                                                    std::vector<std::string>{"en"}, *set.problems);
         defaults = std::make_unique<platform::UserDefaults>(
             files, std::string(kTestHome) + "/Library/Preferences", "com.quillmore.launcher",
-            std::span<const std::string>());
+            std::span<const std::string>(), *set.problems);
         set.processName = "Quillmore";
         set.homeFolder = kTestHome;
         set.makeFileManager = [this] {
@@ -80,12 +83,14 @@ public:
     bool exists(const std::string& path) const { return std::filesystem::exists(host(path)); }
     /// The launcher's bundle in another set of languages; forgets what was read of it.
     void useLanguages(std::vector<std::string> languages) {
-        bundle = std::make_unique<platform::Bundle>(files, kTestBundlePath, std::move(languages));
+        bundle = std::make_unique<platform::Bundle>(files, kTestBundlePath, std::move(languages),
+                                                    *set.problems);
         set.mainBundle = bundle.get();
         set.knownBundles = {bundle.get()};
         platform::SharedInstanceBase::forgetAll();
     }
 
+    RecordingProblems problems;
     FakeApplication application;
     FakeClock clock;
     FakeProcessSpawner processes;

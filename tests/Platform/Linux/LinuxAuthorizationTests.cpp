@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/fakes/FakeProcessSpawner.h"
+#include "tests/fakes/RecordingProblems.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {
@@ -27,7 +28,7 @@ protected:
         LinuxAuthorizationOptions options;
         options.moduleFolder = "/nowhere";
         options.effectiveUser = user;
-        options.report = [this](const std::string& problem) { problems.push_back(problem); };
+        options.problems = &problems;
         return options;
     }
     void SetUp() override { ASSERT_EQ(root.create(reference), 0); }
@@ -35,7 +36,7 @@ protected:
         return root.copyRights(*reference, {kAuthorizationRightAdministrator}, 19);
     }
 
-    std::vector<std::string> problems;
+    RecordingProblems problems;
     FakeProcessSpawner fake;
     std::unique_ptr<platform::ProcessSpawner> spawner = platform::makePosixProcessSpawner();
     platform::LinuxAuthorization root{*spawner, optionsOf(0)};
@@ -45,7 +46,7 @@ protected:
 
 TEST_F(LinuxAuthorization, RootIsGrantedWithoutAskingPolkit) {
     EXPECT_EQ(grant(), platform::kAuthorizationSuccess);
-    EXPECT_TRUE(problems.empty());
+    EXPECT_TRUE(problems.take().empty());
 }
 
 TEST_F(LinuxAuthorization, UnknownRightIsDeniedEvenToRoot) {
@@ -67,7 +68,7 @@ TEST_F(LinuxAuthorization, MissingModuleIsAnInternalErrorAndReported) {
     platform::LinuxAuthorization user{*spawner, optionsOf(1000)};
     EXPECT_EQ(user.copyRights(*reference, {kAuthorizationRightAdministrator}, 19),
               platform::kAuthorizationInternal);
-    EXPECT_THAT(problems,
+    EXPECT_THAT(problems.take(),
                 testing::ElementsAre(testing::HasSubstr("/nowhere/libquillmore_polkit.so")));
 }
 

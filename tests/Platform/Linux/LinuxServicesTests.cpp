@@ -8,7 +8,7 @@ TEST(LinuxServices, FillInEveryPortAndNothingElse) {
     const platform::FileManager files;
     FakeProcessSpawner processes;
     const auto system =
-        platform::makeSystemServices({files, processes, "/nowhere", [](const std::string&) {}});
+        platform::makeSystemServices({files, processes, "/nowhere", platform::ignoredProblems()});
     platform::Services services;
     system->fillIn(services);
     EXPECT_NE(services.appleEvents, nullptr);

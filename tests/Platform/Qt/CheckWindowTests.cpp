@@ -19,7 +19,7 @@ TEST_F(CheckWindow, ShowsTheTextsOfTheNeutralControls) {
     EXPECT_EQ(control<QLabel>("checkText")->text(), "Something must be installed.\n");
     EXPECT_EQ(control<QPushButton>("checkInstall")->text(), "Continue");
     EXPECT_EQ(control<QPushButton>("checkDontInstall")->text(), "Quit");
-    EXPECT_TRUE(problems.empty());
+    EXPECT_TRUE(problems.take().empty());
 }
 
 TEST_F(CheckWindow, TakesLaterTextsToo) {

@@ -35,10 +35,11 @@ protected:
                   control<QPushButton>("checkDontInstall")->x());
         press(*dialog(), Qt::Key_Return);
         EXPECT_EQ(installs, 1);
-        ASSERT_EQ(problems.size(), 1U);
-        EXPECT_NE(problems[0].find(reason), std::string::npos) << problems[0];
-        EXPECT_NE(problems[0].find("InstallCheck.ui"), std::string::npos) << problems[0];
-        EXPECT_EQ(problems[0].find('\n'), std::string::npos) << problems[0];
+        const std::vector<std::string> said = problems.take();
+        ASSERT_EQ(said.size(), 1U);
+        EXPECT_NE(said[0].find(reason), std::string::npos) << said[0];
+        EXPECT_NE(said[0].find("InstallCheck.ui"), std::string::npos) << said[0];
+        EXPECT_EQ(said[0].find('\n'), std::string::npos) << said[0];
     }
 
     tests::TemporaryFolder folder;
@@ -117,7 +118,7 @@ TEST_F(InterfaceFiles, AnotherLayoutOfTheSameControlsIsTaken) {
     write(replaced(original(), "<width>520</width>", "<width>700</width>"));
     windows().present(window);
     EXPECT_EQ(dialog()->width(), 700);
-    EXPECT_TRUE(problems.empty());
+    EXPECT_TRUE(problems.take().empty());
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "Platform/Interface/DrawnView.h"
 #include "Platform/Qt/QtUserInterface.h"
 #include "Platform/Threads/MainQueue.h"
+#include "tests/fakes/RecordingProblems.h"
 
 namespace quillmore::platform {
 
@@ -57,7 +58,7 @@ protected:
         options.mainQueue = &queue;
         options.applicationName = "Quillmore";
         options.language = "en";
-        options.report = [this](const std::string& problem) { problems.push_back(problem); };
+        options.problems = &problems;
         options.pathForResource = [this](std::string_view name,
                                          std::string_view type) -> std::optional<std::string> {
             const std::string path = resources + "/" + std::string(name) + "." + std::string(type);
@@ -98,7 +99,7 @@ protected:
     std::string resources = QUILLMORE_TEST_RESOURCES;
     MainQueue queue;
     UserInterfaceModuleOptions options;
-    std::vector<std::string> problems;
+    tests::RecordingProblems problems;
     Window window{"InstallCheck", "checkWindow"};
     PlainDrawnView header{"checkHeaderView", {0, 0, 500, 60}};
     TextField text{"checkText"};

@@ -6,6 +6,7 @@
 
 #include "Platform/Formats/PropertyList.h"
 #include "tests/Platform/Files/TemporaryFiles.h"
+#include "tests/fakes/RecordingProblems.h"
 
 namespace quillmore::tests {
 namespace {
@@ -18,8 +19,8 @@ using Names = std::vector<std::string>;
 /// A bundle folder at /Apps/Test.app.
 class BundleTest : public testing::Test {
 protected:
-    Bundle bundleFor(Names languages = {"en"}) const {
-        return Bundle(disk.files, "/Apps/Test.app", std::move(languages));
+    Bundle bundleFor(Names languages = {"en"}) {
+        return Bundle(disk.files, "/Apps/Test.app", std::move(languages), problems);
     }
     void writeInfo(const Value& value) const {
         disk.makeFile("/Apps/Test.app/Contents/Info.plist", platform::writePropertyList(value));
@@ -28,10 +29,11 @@ protected:
         disk.makeFile("/Apps/Test.app/Contents/Resources/" + name, bytes);
     }
     TemporaryFiles disk;
+    RecordingProblems problems;
 };
 
 TEST_F(BundleTest, FoldersLieInContents) {
-    const Bundle bundle(disk.files, "/Apps/Test.app/", {});
+    const Bundle bundle(disk.files, "/Apps/Test.app/", {}, problems);
     EXPECT_EQ(bundle.resourcePath(), "/Apps/Test.app/Contents/Resources");
     EXPECT_EQ(bundle.plugInsPath(), "/Apps/Test.app/Contents/PlugIns");
     EXPECT_EQ(bundle.bundlePath(), "/Apps/Test.app/");
@@ -49,7 +51,7 @@ TEST_F(BundleTest, MissingInformationIsNoProblem) {
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
     EXPECT_EQ(bundle.bundleIdentifier(), std::nullopt);
-    EXPECT_EQ(bundle.takeProblems(), Names{});
+    EXPECT_EQ(problems.take(), Names{});
 }
 
 TEST_F(BundleTest, BundleThatIsAFileIsNoProblem) {
@@ -57,25 +59,25 @@ TEST_F(BundleTest, BundleThatIsAFileIsNoProblem) {
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
     EXPECT_EQ(bundle.localizedString("Key"), "Key");
-    EXPECT_EQ(bundle.takeProblems(), Names{});
+    EXPECT_EQ(problems.take(), Names{});
 }
 
 TEST_F(BundleTest, DamagedInformationIsSaidOnce) {
     disk.makeFile("/Apps/Test.app/Contents/Info.plist", "<plist><dict><key>");
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
-    const Names problems = bundle.takeProblems();
-    ASSERT_EQ(problems.size(), 1u);
-    EXPECT_TRUE(problems[0].starts_with("\"/Apps/Test.app/Contents/Info.plist\": "));
+    const Names reported = problems.take();
+    ASSERT_EQ(reported.size(), 1u);
+    EXPECT_TRUE(reported[0].starts_with("\"/Apps/Test.app/Contents/Info.plist\": "));
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
-    EXPECT_EQ(bundle.takeProblems(), Names{});
+    EXPECT_EQ(problems.take(), Names{});
 }
 
 TEST_F(BundleTest, InformationOfAnotherKindIsSaid) {
     writeInfo(Value("text"));
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
-    EXPECT_EQ(bundle.takeProblems(),
+    EXPECT_EQ(problems.take(),
               Names{"\"/Apps/Test.app/Contents/Info.plist\": is not a dictionary"});
 }
 
@@ -84,7 +86,7 @@ TEST_F(BundleTest, FifoInPlaceOfTheInformationDoesNotHang) {
     ::mkfifo(disk.host("/Apps/Test.app/Contents/Info.plist").c_str(), 0600);
     const Bundle bundle = bundleFor();
     EXPECT_EQ(bundle.infoDictionary(), nullptr);
-    EXPECT_EQ(bundle.takeProblems(),
+    EXPECT_EQ(problems.take(),
               Names{"\"/Apps/Test.app/Contents/Info.plist\": is not a regular file"});
 }
 
@@ -149,7 +151,7 @@ TEST_F(BundleTest, TextComesFromTheFirstLocalizationWithTheTable) {
     EXPECT_EQ(bundle.localizedString("Quit"), "Beenden");
     EXPECT_EQ(bundle.localizedString("Quit", "Other"), "Quitter");
     EXPECT_EQ(bundle.localizedString("More"), "More") << "tables are not mixed";
-    EXPECT_EQ(bundle.takeProblems(), Names{});
+    EXPECT_EQ(problems.take(), Names{});
 }
 
 TEST_F(BundleTest, MissingTextIsTheKeyAndAnEmptyTextStaysEmpty) {
@@ -167,11 +169,11 @@ TEST_F(BundleTest, DamagedTableCountsAsMissingAndIsSaidOnce) {
     const Bundle bundle = bundleFor({"de", "en"});
     EXPECT_EQ(bundle.localizedString("Quit"), "Leave");
     EXPECT_EQ(bundle.localizedString("Quit"), "Leave");
-    const Names problems = bundle.takeProblems();
-    ASSERT_EQ(problems.size(), 1u);
-    EXPECT_TRUE(problems[0].starts_with(
+    const Names reported = problems.take();
+    ASSERT_EQ(reported.size(), 1u);
+    EXPECT_TRUE(reported[0].starts_with(
         "\"/Apps/Test.app/Contents/Resources/de.lproj/Localizable.strings\": "));
-    EXPECT_EQ(bundle.takeProblems(), Names{});
+    EXPECT_EQ(problems.take(), Names{});
 }
 
 TEST_F(BundleTest, ManyThreadsMayAskAtOnce) {

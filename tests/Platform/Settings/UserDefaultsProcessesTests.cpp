@@ -7,6 +7,7 @@
 
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Settings/UserDefaults.h"
+#include "Platform/Values/Problems.h"
 #include "tests/Platform/Files/TemporaryFiles.h"
 
 namespace quillmore::tests {
@@ -18,7 +19,8 @@ using platform::Value;
 class UserDefaultsProcesses : public testing::Test {
 protected:
     UserDefaults makeDefaults() const {
-        return UserDefaults(disk.files, "/Preferences", "com.test", {});
+        return UserDefaults(disk.files, "/Preferences", "com.test", {},
+                            platform::ignoredProblems());
     }
     /// The file as it is now; null when it cannot be read.
     Value file() const {

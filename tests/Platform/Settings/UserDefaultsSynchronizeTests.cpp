@@ -4,6 +4,7 @@
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Settings/UserDefaults.h"
 #include "tests/Platform/Files/TemporaryFiles.h"
+#include "tests/fakes/RecordingProblems.h"
 
 namespace quillmore::tests {
 namespace {
@@ -20,8 +21,8 @@ constexpr const char* kFile = "/Preferences/com.test.plist";
 
 class UserDefaultsSynchronize : public testing::Test {
 protected:
-    UserDefaults makeDefaults() const {
-        return UserDefaults(disk.files, "/Preferences", "com.test", {});
+    UserDefaults makeDefaults() {
+        return UserDefaults(disk.files, "/Preferences", "com.test", {}, problems);
     }
     void write(const Value& value) const {
         disk.makeFile(kFile, platform::writePropertyList(value));
@@ -32,12 +33,13 @@ protected:
         return list ? *list : Value();
     }
     /// Sets one key and synchronises.
-    std::optional<Error> save(const char* key, Value value) const {
+    std::optional<Error> save(const char* key, Value value) {
         UserDefaults defaults = makeDefaults();
         defaults.setObject(key, std::move(value));
         return defaults.synchronize();
     }
     TemporaryFiles disk;
+    RecordingProblems problems;
 };
 
 TEST_F(UserDefaultsSynchronize, FolderIsMadeForTheUserAloneAndSoIsTheFile) {
@@ -123,7 +125,7 @@ TEST_F(UserDefaultsSynchronize, DamagedFileIsKeptAside) {
     EXPECT_EQ(defaults.synchronize(), std::nullopt);
     EXPECT_EQ(file(), Value(Dictionary{{"A", 1}}));
     EXPECT_EQ(disk.read(std::string(kFile) + ".damaged"), "<plist><dict><key>half");
-    EXPECT_EQ(defaults.takeProblems().size(), 1u);
+    EXPECT_EQ(problems.take().size(), 1u);
 }
 
 TEST_F(UserDefaultsSynchronize, FolderAndFifoInPlaceOfTheFileAreKeptAside) {

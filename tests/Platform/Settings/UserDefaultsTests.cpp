@@ -7,6 +7,7 @@
 
 #include "Platform/Formats/PropertyList.h"
 #include "tests/Platform/Files/TemporaryFiles.h"
+#include "tests/fakes/RecordingProblems.h"
 
 namespace quillmore::tests {
 namespace {
@@ -22,16 +23,17 @@ constexpr const char* kGlobalFile = "/Preferences/.GlobalPreferences.plist";
 
 class UserDefaultsTest : public testing::Test {
 protected:
-    UserDefaults defaultsFor(const Texts& arguments = {}) const {
-        return UserDefaults(disk.files, "/Preferences", "com.test", arguments);
+    UserDefaults defaultsFor(const Texts& arguments = {}) {
+        return UserDefaults(disk.files, "/Preferences", "com.test", arguments, problems);
     }
     void write(const char* file, const Value& value) const {
         disk.makeFile(file, platform::writePropertyList(value));
     }
-    std::optional<Value> argument(const Texts& arguments, const char* key) const {
+    std::optional<Value> argument(const Texts& arguments, const char* key) {
         return defaultsFor(arguments).objectForKey(key);
     }
     TemporaryFiles disk;
+    RecordingProblems problems;
 };
 
 TEST_F(UserDefaultsTest, DomainsAreSearchedFromArgumentsToFactorySettings) {
@@ -133,7 +135,7 @@ TEST_F(UserDefaultsTest, NegativeNumbersAndALoneHyphenAreValues) {
 TEST_F(UserDefaultsTest, MissingFilesAndFolderAreNoProblem) {
     const UserDefaults defaults = defaultsFor();
     EXPECT_EQ(defaults.objectForKey("A"), std::nullopt);
-    EXPECT_EQ(defaults.takeProblems(), Texts{});
+    EXPECT_EQ(problems.take(), Texts{});
     EXPECT_FALSE(disk.exists("/Preferences"));
 }
 
@@ -142,11 +144,11 @@ TEST_F(UserDefaultsTest, HostileFilesCountAsEmptyAndAreSaidOnce) {
     write(kFile, Array{"not", "a", "dictionary"});
     UserDefaults defaults = defaultsFor();
     EXPECT_EQ(defaults.objectForKey("A"), std::nullopt);
-    EXPECT_EQ(defaults.takeProblems(),
+    EXPECT_EQ(problems.take(),
               (Texts{"\"/Preferences/com.test.plist\": is not a dictionary",
                      "\"/Preferences/.GlobalPreferences.plist\": is not a regular file"}));
     EXPECT_EQ(defaults.synchronize(), std::nullopt);
-    EXPECT_EQ(defaults.takeProblems(), Texts{});
+    EXPECT_EQ(problems.take(), Texts{});
 }
 
 TEST_F(UserDefaultsTest, FifoInPlaceOfTheFileDoesNotHang) {
@@ -154,7 +156,7 @@ TEST_F(UserDefaultsTest, FifoInPlaceOfTheFileDoesNotHang) {
     ::mkfifo(disk.host(kFile).c_str(), 0600);
     const UserDefaults defaults = defaultsFor();
     EXPECT_EQ(defaults.objectForKey("A"), std::nullopt);
-    EXPECT_EQ(defaults.takeProblems().size(), 1u);
+    EXPECT_EQ(problems.take().size(), 1u);
 }
 
 TEST_F(UserDefaultsTest, HugeFileIsRefusedUnread) {
@@ -162,7 +164,7 @@ TEST_F(UserDefaultsTest, HugeFileIsRefusedUnread) {
     ASSERT_EQ(::truncate(disk.host(kFile).c_str(), off_t{1} << 30), 0);
     const UserDefaults defaults = defaultsFor();
     EXPECT_EQ(defaults.objectForKey("A"), std::nullopt);
-    EXPECT_EQ(defaults.takeProblems(),
+    EXPECT_EQ(problems.take(),
               Texts{"\"/Preferences/com.test.plist\": is larger than 33554432 bytes"});
 }
 

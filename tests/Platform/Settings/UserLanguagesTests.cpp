@@ -15,9 +15,9 @@ protected:
         for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) ::unsetenv(name);
     }
     std::vector<std::string> languagesWith(const std::vector<std::string>& arguments) {
-        const platform::UserDefaults defaults(services.files,
-                                              std::string(kTestHome) + "/Library/Preferences",
-                                              "com.quillmore.launcher", arguments);
+        const platform::UserDefaults defaults(
+            services.files, std::string(kTestHome) + "/Library/Preferences",
+            "com.quillmore.launcher", arguments, services.problems);
         return platform::preferredLanguages(defaults);
     }
     TestServices services;

@@ -120,8 +120,8 @@ protected:
 
 private:
     void startFromKept(const std::string& bundlePath) {
-        services.bundle = std::make_unique<platform::Bundle>(services.files, bundlePath,
-                                                             std::vector<std::string>{"en"});
+        services.bundle = std::make_unique<platform::Bundle>(
+            services.files, bundlePath, std::vector<std::string>{"en"}, *services.set.problems);
         services.set.mainBundle = services.bundle.get();
     }
 

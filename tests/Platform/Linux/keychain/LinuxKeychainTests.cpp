@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "tests/fakes/RecordingProblems.h"
+
 namespace quillmore::tests {
 namespace {
 
@@ -22,16 +24,14 @@ protected:
 
     void use(const std::string& module) {
         keychain = std::make_unique<platform::LinuxKeychain>(platform::LinuxKeychainOptions{
-            std::string(QUILLMORE_TEST_MODULES) + "/" + module,
-            [this](const std::string& problem) { problems.push_back(problem); },
-            [this] { return now; }});
+            std::string(QUILLMORE_TEST_MODULES) + "/" + module, &problems, [this] { return now; }});
     }
     static void answer(const char* number) { ::setenv("QUILLMORE_TEST_SECRET_ANSWER", number, 1); }
     platform::OSStatus find(const std::string& account = "jo") {
         return keychain->findGenericPassword("S", account, item);
     }
     std::chrono::steady_clock::time_point now;
-    std::vector<std::string> problems;
+    RecordingProblems problems;
     std::unique_ptr<platform::Keychain> keychain;
     std::unique_ptr<platform::KeychainItem> item;
 };
@@ -54,10 +54,10 @@ TEST_F(LinuxKeychain, CallsCarryServiceAccountItemAndData) {
     keychain->addGenericPassword("S", "al", std::string_view("data and more", 4));
     keychain->modifyContent(*item, "new");
     keychain->deleteItem(*item);
-    EXPECT_THAT(problems, ElementsAre("Secret Service: find <S> <jo> <>",
-                                      "Secret Service: add <S> <al> <> data",
-                                      "Secret Service: modify <S> <jo> <name> new",
-                                      "Secret Service: remove <S> <jo> <name>"));
+    EXPECT_THAT(problems.take(), ElementsAre("Secret Service: find <S> <jo> <>",
+                                             "Secret Service: add <S> <al> <> data",
+                                             "Secret Service: modify <S> <jo> <name> new",
+                                             "Secret Service: remove <S> <jo> <name>"));
 }
 
 TEST_F(LinuxKeychain, CopyReplacesTheDataOnSuccessOnly) {
@@ -81,7 +81,7 @@ TEST_F(LinuxKeychain, OutOfReachStandsForEveryCallThatFollowsAndNobodyIsAskedAga
         std::string data;
         EXPECT_EQ(keychain->copyData(*item, data), status);
         answer("0");
-        problems.clear();
+        problems.take();
         now += 1999ms;
         EXPECT_EQ(find(), status);
         EXPECT_EQ(find("al"), status);
@@ -89,7 +89,7 @@ TEST_F(LinuxKeychain, OutOfReachStandsForEveryCallThatFollowsAndNobodyIsAskedAga
         EXPECT_EQ(keychain->addGenericPassword("S", "jo", "x"), status);
         EXPECT_EQ(keychain->modifyContent(*item, "x"), status);
         EXPECT_EQ(keychain->deleteItem(*item), status);
-        EXPECT_THAT(problems, IsEmpty());
+        EXPECT_THAT(problems.take(), IsEmpty());
         now += 1ms;
         EXPECT_EQ(find(), 0);
     }
@@ -116,7 +116,7 @@ TEST_F(LinuxKeychain, TextThatCannotBeAnAttributeIsABadParameter) {
         EXPECT_EQ(find(bad), platform::kKeychainBadParameter);
         EXPECT_EQ(keychain->addGenericPassword(bad, "jo", "x"), platform::kKeychainBadParameter);
     }
-    EXPECT_THAT(problems, IsEmpty());
+    EXPECT_THAT(problems.take(), IsEmpty());
 }
 
 TEST_F(LinuxKeychain, ItemOfAnotherKeychainIsInvalid) {
@@ -131,17 +131,17 @@ TEST_F(LinuxKeychain, ModuleThatIsMissingOfAnotherVersionOrNoneIsNotAvailable) {
     answer("0");
     use("nowhere");
     EXPECT_EQ(find(), platform::kKeychainNotAvailable);
-    EXPECT_THAT(problems, ElementsAre(HasSubstr("libquillmore_secret.so")));
+    EXPECT_THAT(problems.take(), ElementsAre(HasSubstr("libquillmore_secret.so")));
     for (const char* module : {"other_version", "no_module"}) {
-        problems.clear();
+        problems.take();
         use(module);
         EXPECT_EQ(find(), platform::kKeychainNotAvailable);
-        EXPECT_THAT(problems, ElementsAre(HasSubstr("is not of this version")));
+        EXPECT_THAT(problems.take(), ElementsAre(HasSubstr("is not of this version")));
     }
 }
 
 TEST_F(LinuxKeychain, NobodyNeedsToBeToldOfProblems) {
-    platform::LinuxKeychain silent({"/nowhere", nullptr});
+    platform::LinuxKeychain silent({.moduleFolder = "/nowhere"});
     EXPECT_EQ(silent.findGenericPassword("S", "jo", item), platform::kKeychainNotAvailable);
 }
 
@@ -160,7 +160,7 @@ TEST_F(LinuxKeychain, LibsecretIsMappedByTheFirstCallOnlyAndAMissingBusIsNotAvai
     EXPECT_FALSE(isMapped("libsecret"));
     EXPECT_EQ(find(), platform::kKeychainNotAvailable);
     EXPECT_TRUE(isMapped("libsecret"));
-    EXPECT_THAT(problems, ElementsAre(HasSubstr("Could not connect")));
+    EXPECT_THAT(problems.take(), ElementsAre(HasSubstr("Could not connect")));
     ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
     ::unsetenv("G_DEBUG");
 }

@@ -6,6 +6,7 @@
 
 #include "Platform/Linux/LinuxAuthorization.h"
 #include "Platform/Processes/ProcessSpawner.h"
+#include "tests/fakes/RecordingProblems.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {
@@ -29,7 +30,7 @@ protected:
         options.moduleFolder = kModules + "/" + module;
         options.pkexecPath = folder.path() + "/pkexec";
         options.effectiveUser = 1000;
-        options.report = [this](const std::string& problem) { problems.push_back(problem); };
+        options.problems = &problems;
         authorization = std::make_unique<platform::LinuxAuthorization>(*spawner, options);
         authorization->create(reference);
     }
@@ -51,7 +52,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    std::vector<std::string> problems;
+    RecordingProblems problems;
     std::unique_ptr<platform::ProcessSpawner> spawner = platform::makePosixProcessSpawner();
     std::unique_ptr<platform::LinuxAuthorization> authorization;
     std::unique_ptr<platform::AuthorizationReference> reference;
@@ -63,7 +64,7 @@ TEST_F(LinuxAuthorizationModule, EveryAnswerHasItsStatus) {
     EXPECT_EQ(ask("1"), platform::kAuthorizationDenied);
     EXPECT_EQ(ask("2"), platform::kAuthorizationInteractionNotAllowed);
     EXPECT_EQ(ask("3"), platform::kAuthorizationCanceled);
-    EXPECT_TRUE(problems.empty());
+    EXPECT_TRUE(problems.take().empty());
     EXPECT_EQ(ask("4"), platform::kAuthorizationInternal);
     EXPECT_EQ(ask("99"), platform::kAuthorizationInternal);
 }
@@ -74,7 +75,7 @@ TEST_F(LinuxAuthorizationModule, OwnActionIsAskedFirstAndTheFlagIsPassedOn) {
     const std::string asked =
         "polkit: asked com.quillmore.launcher.administer org.freedesktop.policykit.exec "
         "interaction ";
-    EXPECT_THAT(problems, testing::ElementsAre(asked + "1", asked + "0"));
+    EXPECT_THAT(problems.take(), testing::ElementsAre(asked + "1", asked + "0"));
 }
 
 TEST_F(LinuxAuthorizationModule, RefusedRightDoesNotExecute) {
@@ -88,13 +89,15 @@ TEST_F(LinuxAuthorizationModule, RefusedRightDoesNotExecute) {
 TEST_F(LinuxAuthorizationModule, ModuleOfAnotherVersionIsNotUsed) {
     use("other_version");
     EXPECT_EQ(ask("0"), platform::kAuthorizationInternal);
-    EXPECT_THAT(problems, testing::ElementsAre(testing::HasSubstr("is not of this version")));
+    EXPECT_THAT(problems.take(),
+                testing::ElementsAre(testing::HasSubstr("is not of this version")));
 }
 
 TEST_F(LinuxAuthorizationModule, LibraryThatIsNoModuleIsNotUsed) {
     use("no_module");
     EXPECT_EQ(ask("0"), platform::kAuthorizationInternal);
-    EXPECT_THAT(problems, testing::ElementsAre(testing::HasSubstr("is not of this version")));
+    EXPECT_THAT(problems.take(),
+                testing::ElementsAre(testing::HasSubstr("is not of this version")));
 }
 
 TEST_F(LinuxAuthorizationModule, ToolThatRunsOnIsASuccessAtOnce) {
@@ -143,7 +146,7 @@ TEST_F(LinuxAuthorizationModule, EndOfPkexecBeforeTheToolHasItsStatus) {
 
 TEST_F(LinuxAuthorizationModule, MissingPkexecIsAnExecuteFailure) {
     EXPECT_EQ(execute({}), platform::kAuthorizationToolExecuteFailure);
-    EXPECT_THAT(problems, testing::SizeIs(1));
+    EXPECT_THAT(problems.take(), testing::SizeIs(1));
 }
 
 TEST_F(LinuxAuthorizationModule, HiddenProcessesAreToldByTheExitStatus) {
@@ -220,7 +223,7 @@ TEST_F(LinuxAuthorizationModule, PolkitAndGLibAreMappedByTheFirstQuestionOnly) {
     EXPECT_EQ(ask("0"), platform::kAuthorizationInternal);
     EXPECT_TRUE(isMapped("libglib"));
     EXPECT_TRUE(isMapped("polkit-gobject"));
-    EXPECT_THAT(problems, testing::ElementsAre(testing::HasSubstr("Could not connect")));
+    EXPECT_THAT(problems.take(), testing::ElementsAre(testing::HasSubstr("Could not connect")));
     ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
     ::unsetenv("G_DEBUG");
 }

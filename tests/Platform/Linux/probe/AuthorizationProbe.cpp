@@ -20,6 +20,7 @@
 
 #include "Platform/Linux/LinuxAuthorization.h"
 #include "Platform/Processes/ProcessSpawner.h"
+#include "tests/fakes/PrintedProblems.h"
 
 using namespace quillmore::platform;
 using Communications = Authorization::Communications;
@@ -45,10 +46,10 @@ public:
     }
 
 private:
-    static LinuxAuthorizationOptions options(const char* moduleFolder) {
+    LinuxAuthorizationOptions options(const char* moduleFolder) {
         LinuxAuthorizationOptions options;
         options.moduleFolder = moduleFolder;
-        options.report = [](const std::string& problem) { std::cerr << problem << std::endl; };
+        options.problems = &problems_;
         return options;
     }
     std::string copy(std::uint32_t flags) {
@@ -98,6 +99,7 @@ private:
     }
 
     std::unique_ptr<ProcessSpawner> spawner_ = makePosixProcessSpawner();
+    quillmore::tests::PrintedProblems problems_;
     LinuxAuthorization authorization_;
     std::unique_ptr<AuthorizationReference> reference_;
     PrivilegedProcess started_;

@@ -33,6 +33,7 @@
 #include "Platform/Settings/UserDefaults.h"
 #include "Platform/Values/SecretMemory.h"
 #include "tests/fakes/HiddenText.h"
+#include "tests/fakes/PrintedProblems.h"
 
 using namespace quillmore;
 using namespace quillmore::platform;
@@ -178,15 +179,15 @@ private:
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 3) return 2;
     std::chrono::steady_clock::time_point now;
-    LinuxKeychain keychain({arguments[1],
-                            [](const std::string& problem) { std::cerr << problem << std::endl; },
-                            [&] { return now; }});
+    tests::PrintedProblems problems;
+    LinuxKeychain keychain({arguments[1], &problems, [&] { return now; }});
     StoppingKeychain stopping(keychain);
     const FileManager files;
-    UserDefaults defaults(files, arguments[2], "com.quillmore.probe", {});
+    UserDefaults defaults(files, arguments[2], "com.quillmore.probe", {}, problems);
     Services services;
     services.processName = "probe";
     services.makeFileManager = [] { return std::make_unique<FileManager>(); };
+    services.problems = &problems;
     services.standardUserDefaults = &defaults;
     services.keychain = &stopping;
     setServices(&services);

@@ -1,0 +1,11 @@
+#include "Common/utils/ProblemLog.h"
+
+#include "Common/utils/Logging.h"
+
+namespace quillmore {
+
+void ProblemLog::report(const std::string& problem) {
+    logError("%@", problem);
+}
+
+}  // namespace quillmore
