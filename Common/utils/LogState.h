@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Common/utils/Logging.h"
 
@@ -21,6 +22,8 @@ namespace quillmore {
 inline constexpr int kExamineLogFileLengthEveryNLines = 500;
 /// A file of this length is left for a fresh one: one byte more than 50 MiB.
 inline constexpr std::uint32_t kLogFileLengthToLeave = 50U * 1024 * 1024 + 1;
+/// Lines about problems that wait for a file; of more than that only the number is kept.
+inline constexpr std::size_t kMostKeptProblems = 50;
 
 struct LogState {
     struct CloseStream {
@@ -38,6 +41,9 @@ struct LogState {
     std::unique_ptr<std::FILE, CloseStream> _optionalLogFileHandle;
     int _examineLogFileLengthInNLines = 0;
     bool isChangingFile = false;
+    /// Lines about problems that were found while no file was open, for the next one.
+    std::vector<std::string> keptProblems;
+    int problemsNotKept = 0;
 
     /// Takes process identifier and name from the process information.
     void recordProcess();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "Common/utils/LogState.h"
 #include "Platform/Ports/Services.h"
@@ -86,6 +87,18 @@ void writeToTerminal(LogState& state, std::uint32_t level, const std::string& li
     writeToStream(level == kLogLevelError ? stderr : stdout, line);
 }
 
+void writeLine(LogState& state, std::uint32_t level, const std::string& line) {
+    writeToFile(state, level, line);
+    writeToTerminal(state, level, line);
+}
+
+void keep(LogState& state, const std::string& line) {
+    if (state.keptProblems.size() < kMostKeptProblems)
+        state.keptProblems.push_back(line);
+    else
+        ++state.problemsNotKept;
+}
+
 }  // namespace
 
 LogState& logState() {
@@ -97,9 +110,29 @@ void _log(std::uint32_t level, std::string_view format, FormatArguments argument
     const std::string message = messageOf(format, arguments);
     LogState& state = logState();
     const std::lock_guard lock(state.lock);
-    const std::string line = lineOf(state, level, message);
-    writeToFile(state, level, line);
-    writeToTerminal(state, level, line);
+    writeLine(state, level, lineOf(state, level, message));
+}
+
+void _logProblem(const std::string& problem) {
+    LogState& state = logState();
+    const std::lock_guard lock(state.lock);
+    const std::string line = lineOf(state, kLogLevelError, problem + "\n");
+    if (!state._optionalLogFileHandle) keep(state, line);
+    writeLine(state, kLogLevelError, line);
+}
+
+void _writeKeptProblems() {
+    LogState& state = logState();
+    const std::lock_guard lock(state.lock);
+    // Taken out first: the file may be left for another while they are written.
+    const std::vector<std::string> lines = std::exchange(state.keptProblems, {});
+    const int others = std::exchange(state.problemsNotKept, 0);
+    for (const std::string& line : lines) writeToFile(state, kLogLevelError, line);
+    if (others == 0) return;
+    writeToFile(state, kLogLevelError,
+                lineOf(state, kLogLevelError,
+                       platform::format("%d more problems were found before there was this file\n",
+                                        others)));
 }
 
 bool _isLogLevelVisible(std::uint32_t level) {

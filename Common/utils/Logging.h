@@ -25,6 +25,10 @@ using FormatArguments = std::span<const platform::FormatArgument>;
 
 /// The one writer. Formats nothing when no sink wants the level.
 void _log(std::uint32_t level, std::string_view format, FormatArguments arguments);
+/// One error line. While no file is open it is also kept for the next one (50 lines at most, then
+/// their number), so that what was wrong before the file could be opened is found in it.
+void _logProblem(const std::string& problem);
+void _writeKeptProblems();
 /// True when either sink's level is at or above `level`.
 bool _isLogLevelVisible(std::uint32_t level);
 

@@ -146,6 +146,7 @@ std::optional<std::string> _initLogging(const std::optional<std::string>& logFil
             __raiseException1(kConfigurationFault, "Failed to open log file \"%@\" for writing",
                               *state._optionalLogFilePath);
         }
+        _writeKeptProblems();
     }
     return state._optionalLogFilePath;
 }

@@ -5,7 +5,7 @@
 namespace quillmore {
 
 void ProblemLog::report(const std::string& problem) {
-    logError("%@", problem);
+    _logProblem(problem);
 }
 
 }  // namespace quillmore

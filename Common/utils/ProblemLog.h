@@ -1,5 +1,5 @@
-// The log as the place where problems go: one error line for each. Any thread, also one that is in
-// the midst of logging.
+// The log as the place where problems go: one error line for each, at once on standard error and,
+// once there is a log file, in it. Any thread, also one that is in the midst of logging.
 #pragma once
 
 #include "Platform/Values/Problems.h"

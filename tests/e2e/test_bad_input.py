@@ -4,6 +4,7 @@ import pathlib
 import plistlib
 import signal
 
+import launcher
 from expectations import LauncherTest, launching_core, window
 from machine import BUNDLE, CONTEXT_MENU, FILE_SYSTEM, RESOURCES, SETTINGS
 from sandboxed import main
@@ -188,6 +189,52 @@ class Defaults(BadInput):
                 self.assertEqual(ended.errors, f"(ERR) {fault}\n")
                 self.assertEqual(ended.status, 1)
                 self.expect_no_core()
+
+
+class ProblemsBeforeTheLogFile(BadInput):
+    """What is damaged before the log has its file: said at once, and the first lines of the file."""
+
+    HALF = '<plist><dict><key>half'
+
+    def damage(self, *files):
+        for file in files:
+            if file.startswith(launcher.HOME):
+                self.machine.make_users_folder(os.path.dirname(file))
+            pathlib.Path(file).write_text('"half' if file == STRINGS else self.HALF, encoding="utf-8")
+
+    def expect_in_the_file(self, *files, arguments=()):
+        """In the order in which they were found, each once."""
+        self.damage(*files)
+        ended = self.machine.launch(*arguments)
+        self.assertEqual(ended.status, 0, ended)
+        [log] = pathlib.Path(launcher.HOME, "Library/Logs").glob("*/*/*.log")
+        lines = launcher.plain(log.read_text(encoding="utf-8")).splitlines()
+        problems = [line for line in lines if line.startswith("(ERR)")]
+        self.assertEqual(problems, ended.errors.splitlines())
+        self.assertEqual(problems, lines[:len(files)])
+        for file, problem in zip(files, problems):
+            self.expect_named(file, [problem])
+
+    def test_damaged_configuration(self):
+        self.expect_in_the_file(f"{RESOURCES}/Config.plist")
+
+    def test_damaged_factory_settings_with_levels_of_the_command_line(self):
+        self.expect_in_the_file(Defaults.FILE, arguments=("-FileLogging", "normal", "-StdioLogging", "normal"))
+
+    def test_damaged_string_table(self):
+        self.expect_in_the_file(STRINGS)
+
+    def test_damaged_information(self):
+        self.expect_in_the_file(f"{BUNDLE}/Contents/Info.plist")
+
+    def test_damaged_settings_of_the_user(self):
+        self.expect_in_the_file(SETTINGS)
+
+    def test_all_of_them_in_their_order(self):
+        levels = ("-FileLogging", "error", "-StdioLogging", "error")
+        user = f"{launcher.HOME}/Library/Preferences/Quillmore.plist"  # a program without an identifier
+        self.expect_in_the_file(user, f"{RESOURCES}/Config.plist", Defaults.FILE,
+                                f"{BUNDLE}/Contents/Info.plist", STRINGS, arguments=levels)
 
 
 class Catalogues(BadInput):
