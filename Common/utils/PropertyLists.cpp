@@ -19,7 +19,7 @@ bool saysThatNothingIsThere(const platform::Error& error) {
 }  // namespace
 
 std::optional<platform::Dictionary> dictionaryWithContentsOfFile(const std::string& path,
-                                                                 Trouble trouble) {
+                                                                 Damage damage) {
     auto list = platform::readPropertyList(__QMCurrentThreadFileManager(), path);
     std::string reason = "not a dictionary";
     if (!list) {
@@ -28,7 +28,7 @@ std::optional<platform::Dictionary> dictionaryWithContentsOfFile(const std::stri
     } else if (const auto* dictionary = list->dictionary()) {
         return *dictionary;
     }
-    if (trouble == Trouble::isLogged) {
+    if (damage == Damage::isReported) {
         platform::services().problems->report(
             platform::format("Failed to read property list \"%@\" (%@)", path, reason));
     }

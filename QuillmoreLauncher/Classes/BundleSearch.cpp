@@ -53,7 +53,7 @@ private:
             return;
         }
         const auto information = dictionaryWithContentsOfFile(
-            platform::pathByAppending(path, "Contents/Info.plist"), Trouble::isSilent);
+            platform::pathByAppending(path, "Contents/Info.plist"), Damage::isIgnored);
         if (information &&
             platform::stringForKey(*information, "CFBundleIdentifier") == identifier_)
             found.push_back(path);

@@ -24,11 +24,11 @@ constexpr const char* kShortVersionKey = "CFBundleShortVersionString";
 /// The short version in an information file inside the installed item; nothing when there is none
 /// or it is empty.
 std::optional<std::string> shortVersion(const RequiredItem& item, const char* relativePath,
-                                        Trouble trouble) {
+                                        Damage damage) {
     const auto installPath = item.installPath();
     if (!installPath || installPath->empty()) return std::nullopt;
-    const auto information = dictionaryWithContentsOfFile(
-        platform::pathByAppending(*installPath, relativePath), trouble);
+    const auto information =
+        dictionaryWithContentsOfFile(platform::pathByAppending(*installPath, relativePath), damage);
     if (!information) return std::nullopt;
     auto version = platform::stringForKey(*information, kShortVersionKey);
     if (version && version->empty()) version.reset();
@@ -76,11 +76,11 @@ std::optional<Version> parseVersionString(const std::optional<std::string>& stri
 }
 
 std::optional<Version> getBundleVersion(const RequiredItem& item) {
-    return parseVersionString(shortVersion(item, kBundleInformation, Trouble::isLogged));
+    return parseVersionString(shortVersion(item, kBundleInformation, Damage::isReported));
 }
 
 std::optional<Version> getFrameworkVersion(const RequiredItem& item) {
-    return parseVersionString(shortVersion(item, kFrameworkInformation, Trouble::isLogged));
+    return parseVersionString(shortVersion(item, kFrameworkInformation, Damage::isReported));
 }
 
 bool checkFrameworkVersion(const RequiredItem& item, const Version& installed) {
@@ -148,7 +148,7 @@ bool doesToolNeedUpdate(const RequiredItem& item) {
 
 // The bundle's build ("CFBundleVersion") says nothing here.
 bool doesBundleNeedUpdate(const RequiredItem& item) {
-    const auto text = shortVersion(item, kBundleInformation, Trouble::isSilent);
+    const auto text = shortVersion(item, kBundleInformation, Damage::isIgnored);
     const auto version = parseVersionString(text);
     if (!version) return true;
     return logUpdateTest(item, text, isOlderRelease(*version, getMacClientVersion()));

@@ -12,10 +12,9 @@ using testing::MatchesRegex;
 class PropertyLists : public LogTest {
 protected:
     /// Reads, expects nothing, and gives what was logged as an error.
-    static std::string complaintAbout(const std::string& path,
-                                      Trouble trouble = Trouble::isLogged) {
+    static std::string complaintAbout(const std::string& path, Damage damage = Damage::isReported) {
         CapturedOutput captured;
-        EXPECT_EQ(dictionaryWithContentsOfFile(path, trouble), std::nullopt);
+        EXPECT_EQ(dictionaryWithContentsOfFile(path, damage), std::nullopt);
         return captured.take().standardError;
     }
 };
@@ -65,8 +64,8 @@ TEST_F(PropertyLists, PipeDoesNotHang) {
 TEST_F(PropertyLists, SilentReadersLogNothing) {
     services.makeFile("/tmp/a.plist", "damaged");
     services.makePropertyList("/tmp/b.plist", platform::Array{});
-    EXPECT_EQ(complaintAbout("/tmp/a.plist", Trouble::isSilent), "");
-    EXPECT_EQ(complaintAbout("/tmp/b.plist", Trouble::isSilent), "");
+    EXPECT_EQ(complaintAbout("/tmp/a.plist", Damage::isIgnored), "");
+    EXPECT_EQ(complaintAbout("/tmp/b.plist", Damage::isIgnored), "");
 }
 
 }  // namespace
