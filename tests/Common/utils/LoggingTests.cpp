@@ -134,6 +134,16 @@ TEST_F(Logging, SuppressedLevelDescribesNoArgument) {
     EXPECT_EQ(described, 1);
 }
 
+TEST_F(Logging, SuppressedLevelFormatsNothing) {
+    // More than a text can hold: whoever formats it fails.
+    static const char start = 'x';
+    const std::string_view endless(&start, std::string().max_size() + 1);
+    const platform::FormatArgument arguments[] = {endless};
+    CapturedOutput captured;
+    EXPECT_NO_THROW(_log(kLogLevelVerbose, "%@", arguments));
+    EXPECT_THROW(_log(kLogLevelError, "%@", arguments), std::length_error);
+}
+
 TEST_F(Logging, ThreadWithoutNameShowsItsPortInHexadecimal) {
     services.system.threadPort = 0xAB0;
     EXPECT_EQ(__createCurrentThreadPrefixString(), "[0xab0] ");

@@ -30,6 +30,9 @@ int giveName(char* buffer, std::size_t size) {
     return 0;
 }
 const char* const kOfficeMac = "office-mac.local";
+const char* const kLocalInTheMiddle = "office.local.example.com";
+const char* const kLonger = "office-mac.locally";
+const char* const kWithoutPoint = "office-maclocal";
 const char* const kPlain = "office-mac";
 const char* const kQualified = "office-mac.example.com";
 
@@ -40,6 +43,12 @@ TEST_F(HostNames, LocalNameGetsAFinalPoint) {
 TEST_F(HostNames, OtherNamesStayAsTheyAre) {
     EXPECT_EQ(_hostnameFrom(giveName<kPlain>), "office-mac");
     EXPECT_EQ(_hostnameFrom(giveName<kQualified>), "office-mac.example.com");
+}
+
+TEST_F(HostNames, LocalElsewhereThanAtTheEndChangesNothing) {
+    EXPECT_EQ(_hostnameFrom(giveName<kLocalInTheMiddle>), "office.local.example.com");
+    EXPECT_EQ(_hostnameFrom(giveName<kLonger>), "office-mac.locally");
+    EXPECT_EQ(_hostnameFrom(giveName<kWithoutPoint>), "office-maclocal");
 }
 
 TEST_F(HostNames, CallIsToldOf255ZeroedBytes) {

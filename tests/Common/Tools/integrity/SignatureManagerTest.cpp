@@ -56,6 +56,19 @@ TEST_F(Signatures, SignatureOverAPackageVerifies) {
 TEST_F(Signatures, SignatureIsOverTheSha1DigestWithTheUsualPadding) {
     EXPECT_EQ(signature, signatureByTheLibrary(keys.privateKey, package));
 }
+TEST_F(Signatures, EveryByteOfTheDataIsDigestedWhateverItsLength) {
+    // The digest takes blocks of 64 bytes.
+    for (const std::size_t length : {1, 55, 56, 63, 64, 65, 127, 128, 129, 1000}) {
+        const std::string data(length, 'x');
+        const auto made = manager.generateSignature(keys.privateKey, bytesOf(data));
+        EXPECT_EQ(made->bytes, signatureByTheLibrary(keys.privateKey, data)) << length;
+        std::string changed = data;
+        changed.back() ^= 1;
+        EXPECT_TRUE(manager.verifySignature(made->bytes, keys.publicKey, bytesOf(data)));
+        EXPECT_FALSE(manager.verifySignature(made->bytes, keys.publicKey, bytesOf(changed)))
+            << length;
+    }
+}
 TEST_F(Signatures, OneChangedByteDoesNotVerifyAndIsLogged) {
     std::string changed = package;
     changed[3] ^= 1;

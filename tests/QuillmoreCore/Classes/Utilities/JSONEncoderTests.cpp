@@ -52,6 +52,17 @@ TEST(JSONEscape, DoubledBackslashIsUndoneFirstAndItsLetterThen) {
     EXPECT_EQ(JSONEncoder::stringByReplacingJSONEscape("\\\\/"), "/");
 }
 
+TEST(JSONEscape, BackslashesAreUndoneBeforeEveryOtherEscape) {
+    const std::pair<const char*, const char*> letters[] = {
+        {"\"", "\""}, {"/", "/"}, {"b", "\b"}, {"f", "\f"}, {"n", "\n"}, {"r", "\r"}, {"t", "\t"}};
+    for (const auto& [letter, character] : letters) {
+        EXPECT_EQ(JSONEncoder::stringByReplacingJSONEscape(std::string("\\\\") + letter),
+                  character);
+        EXPECT_EQ(JSONEncoder::stringByReplacingJSONEscape(std::string("\\\\\\\\") + letter),
+                  std::string("\\") + character);
+    }
+}
+
 TEST(JSONEscape, UnknownEscapeAndBackslashAtTheEndStay) {
     EXPECT_EQ(JSONEncoder::stringByReplacingJSONEscape("\\u0041\\x\\"), "\\u0041\\x\\");
 }
