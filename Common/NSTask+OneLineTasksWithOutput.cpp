@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "Common/TaskOutputReader.h"
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Processes/Task.h"

@@ -4,7 +4,7 @@
 
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 
 namespace quillmore {
 

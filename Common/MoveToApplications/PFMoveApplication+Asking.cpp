@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "Common/BrandingManager.h"
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/MoveToApplications/PFMoveApplication.h"
-#include "Common/MoveToApplications/PFMoveSteps.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"

@@ -1,6 +1,6 @@
 // The move with administrator rights. Old copies are deleted outright here: the Trash is the
 // user's.
-#include "Common/MoveToApplications/PFMoveSteps.h"
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/Tools/AdministratorRights.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"

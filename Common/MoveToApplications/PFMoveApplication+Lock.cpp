@@ -1,7 +1,7 @@
 // Of two launchers of one user only one moves at a time.
 #include <cerrno>
 
-#include "Common/MoveToApplications/PFMoveSteps.h"
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/utils/Folders.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/MoveToApplications/PFMoveApplication.h"
-#include "Common/MoveToApplications/PFMoveSteps.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Files/SearchPaths.h"

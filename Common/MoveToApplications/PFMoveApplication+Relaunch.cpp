@@ -1,8 +1,8 @@
 // After a move: the source goes, and a shell waits for the end of this process to start the copy.
 #include <unistd.h>
 
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/MoveToApplications/PFMoveApplication.h"
-#include "Common/MoveToApplications/PFMoveSteps.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Files/FileManager.h"

@@ -1,8 +1,8 @@
 // The move with the user's own rights: what is in the way goes to the Trash. The copy grows under
 // another name and is renamed when it is whole, so that a launcher which is killed meanwhile leaves
 // nothing that looks like an application.
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/MoveToApplications/PFMoveApplication.h"
-#include "Common/MoveToApplications/PFMoveSteps.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Files/FileManager.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "Common/MoveToApplications/PFMoveSteps.h"
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"

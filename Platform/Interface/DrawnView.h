@@ -3,7 +3,7 @@
 #pragma once
 
 #include "Platform/Interface/Graphics.h"
-#include "Platform/Interface/Interface.h"
+#include "Platform/Interface/Outlets.h"
 
 namespace quillmore::platform {
 

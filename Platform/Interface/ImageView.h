@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Platform/Interface/Image.h"
-#include "Platform/Interface/Interface.h"
+#include "Platform/Interface/Outlets.h"
 
 namespace quillmore::platform {
 

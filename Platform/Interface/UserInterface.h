@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Interface/Interface.h"
+#include "Platform/Interface/Outlets.h"
 
 namespace quillmore::platform {
 

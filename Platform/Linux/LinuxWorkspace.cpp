@@ -11,7 +11,7 @@
 #include "Platform/Files/FileDescriptor.h"
 #include "Platform/Files/FileManager.h"
 #include "Platform/Formats/PropertyList.h"
-#include "Platform/Linux/Trash.h"
+#include "Platform/Linux/LinuxTrash.h"
 #include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Values/Exception.h"
@@ -93,7 +93,8 @@ bool LinuxWorkspace::launchApplication(const std::optional<std::string>& path) {
 bool LinuxWorkspace::recycleFile(const std::string& folder, const std::string& name) {
     if (name.empty() || name.find('/') != std::string::npos) return false;
     const std::string home = homeTrash_.empty() ? homeTrashFolder(homeFolderOfUser()) : homeTrash_;
-    return Trash(home, ::geteuid()).recycle(fileManager_.hostPath(pathByAppending(folder, name)));
+    return LinuxTrash(home, ::geteuid())
+        .recycle(fileManager_.hostPath(pathByAppending(folder, name)));
 }
 
 /// The kernel names programs from the real root; everything here is named from the file manager's.

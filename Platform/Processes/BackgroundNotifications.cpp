@@ -12,7 +12,7 @@
 #include <sys/event.h>
 #endif
 
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Processes/Task.h"
 #include "Platform/Threads/NotificationCenter.h"
 #include "Platform/Values/Exception.h"

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Values/Exception.h"
 
 namespace quillmore::platform {

@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Values/Exception.h"
 
 namespace quillmore::platform {

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "Platform/Interface/Interface.h"
+#include "Platform/Interface/Outlets.h"
 
 namespace quillmore::platform {
 

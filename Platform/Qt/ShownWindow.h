@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "Platform/Interface/Interface.h"
+#include "Platform/Interface/Outlets.h"
 
 class QPushButton;
 class QWidget;

@@ -4,7 +4,7 @@
 
 #include <cerrno>
 
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 
 namespace quillmore::platform {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Common/QuillmoreHeaderView.h"
-#include "Platform/Interface/Interface.h"
+#include "Platform/Interface/Outlets.h"
 #include "Platform/Values/Value.h"
 #include "QuillmoreLauncher/Classes/RequiredItem.h"
 

@@ -6,7 +6,7 @@
 #include <functional>
 #include <optional>
 
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Ports/Authorization.h"
 
 namespace quillmore::tests {

@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/MoveToApplications/PFMoveApplication.h"
-#include "Common/MoveToApplications/PFMoveSteps.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Files/LockFile.h"
 #include "tests/fakes/FaultyFileManager.h"

@@ -1,4 +1,4 @@
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 
 #include <gtest/gtest.h>
 

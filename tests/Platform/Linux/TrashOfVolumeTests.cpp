@@ -1,5 +1,5 @@
 // The Trash of volumes other than the home folder's, on real mounts.
-#include "Platform/Linux/Trash.h"
+#include "Platform/Linux/LinuxTrash.h"
 #include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/Platform/Linux/OwnMounts.h"
 

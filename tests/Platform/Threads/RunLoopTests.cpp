@@ -11,7 +11,7 @@
 #include <memory>
 #include <thread>
 
-#include "Platform/Files/Pipes.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Processes/Task.h"
 #include "Platform/Values/Exception.h"
 #include "tests/Platform/Files/OpenDescriptors.h"

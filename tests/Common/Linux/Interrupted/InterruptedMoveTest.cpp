@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <map>
 
+#include "Platform/Linux/LinuxTrash.h"
 #include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/Linux/Trash.h"
 #include "Platform/Linux/TrashFolder.h"
 #include "tests/Common/MoveToApplications/MoveFixture.h"
 #include "tests/Platform/Files/TemporaryFiles.h"

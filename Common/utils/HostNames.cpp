@@ -1,4 +1,4 @@
-#include "Common/utils/Services.h"
+#include "Common/utils/HostNames.h"
 
 #include <arpa/inet.h>
 #include <netdb.h>

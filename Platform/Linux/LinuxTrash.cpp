@@ -1,4 +1,4 @@
-#include "Platform/Linux/Trash.h"
+#include "Platform/Linux/LinuxTrash.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -97,9 +97,10 @@ std::string homeTrashFolder(const std::string& homeFolder) {
     return pathByAppending(isUsable ? data : pathByAppending(homeFolder, ".local/share"), "Trash");
 }
 
-Trash::Trash(std::string homeTrash, uid_t user) : homeTrash_(std::move(homeTrash)), user_(user) {}
+LinuxTrash::LinuxTrash(std::string homeTrash, uid_t user)
+    : homeTrash_(std::move(homeTrash)), user_(user) {}
 
-bool Trash::recycle(const std::string& path) const {
+bool LinuxTrash::recycle(const std::string& path) const {
     const auto item = resolvedPath(path);
     const auto volume = item ? volumeOf(*item) : std::nullopt;
     if (!volume) return false;

@@ -1,4 +1,4 @@
-#include "Platform/Linux/Trash.h"
+#include "Platform/Linux/LinuxTrash.h"
 
 #include <gmock/gmock.h>
 

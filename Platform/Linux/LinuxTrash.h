@@ -12,10 +12,10 @@ namespace quillmore::platform {
 /// "$XDG_DATA_HOME/Trash", else "~/.local/share/Trash".
 std::string homeTrashFolder(const std::string& homeFolder);
 
-class Trash {
+class LinuxTrash {
 public:
     /// Host path of the home folder's Trash; it is made when it is first needed.
-    explicit Trash(std::string homeTrash, uid_t user);
+    explicit LinuxTrash(std::string homeTrash, uid_t user);
 
     /// Moves the item at an absolute host path to a Trash, a link itself; what is in one stays
     /// there. False when it could not be; then it is where it was, or (a copied one that could not
