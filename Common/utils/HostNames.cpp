@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <unistd.h>
-#include <uuid/uuid.h>
 
 #include <algorithm>
 #include <array>
@@ -13,8 +12,6 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"
-#include "Platform/Ports/Services.h"
-#include "Platform/Ports/SystemInformation.h"
 
 namespace quillmore {
 
@@ -82,18 +79,6 @@ bool _areHostnamesSameMachine(
         if (std::find(others.begin(), others.end(), address) != others.end()) return true;
     }
     return false;
-}
-
-std::string UUIDString() {
-    uuid_t identifier;
-    ::uuid_generate_random(identifier);
-    std::array<char, 37> text{};
-    ::uuid_unparse_upper(identifier, text.data());
-    return text.data();
-}
-
-std::uint32_t currentThreadId() {
-    return platform::services().systemInformation->currentThreadPort();
 }
 
 }  // namespace quillmore

@@ -1,11 +1,9 @@
-// Small process-wide services: host names and addresses, fresh identifiers, the thread's number.
-// Any thread.
+// The names of this machine and of others, and their addresses. Any thread.
 #pragma once
 
 #include <netinet/in.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,11 +25,6 @@ std::string _stringFromIPAddress(in_addr_t address);
 std::vector<std::string> ipAddressesFromHostname(const std::string& hostName);
 /// True for equal texts, and for names that share an address. Looks names up.
 bool areHostnamesSameMachine(const std::string& first, const std::string& second);
-
-/// A new random UUID: 36 characters, upper-case hexadecimal.
-std::string UUIDString();
-/// The calling thread's number in the kernel.
-std::uint32_t currentThreadId();
 
 // What the functions above do with the answers of the system.
 std::string _hostnameFrom(int (*getHostName)(char* buffer, std::size_t size));

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <set>
 
 #ifdef __linux__
 #include <sched.h>
@@ -224,32 +223,6 @@ TEST_F(SameMachine, LocalhostIsTheLoopbackAddressWhereTheResolverSaysSo) {
     if (std::count(local.begin(), local.end(), "127.0.0.1") == 0)
         GTEST_SKIP() << "the resolver knows no localhost at 127.0.0.1";
     EXPECT_TRUE(areHostnamesSameMachine("localhost", "127.0.0.1"));
-}
-
-TEST(UuidString, IsCanonicalRandomAndUpperCase) {
-    const auto isCanonical = testing::MatchesRegex(
-        "[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
-    for (int round = 0; round < 100; ++round) EXPECT_THAT(UUIDString(), isCanonical);
-    EXPECT_THAT(UUIDString() + "0", testing::Not(isCanonical));
-}
-
-TEST(UuidString, IsFreshEachTime) {
-    std::set<std::string> all;
-    for (int round = 0; round < 1000; ++round) all.insert(UUIDString());
-    EXPECT_EQ(all.size(), 1000U);
-}
-
-using ThreadId = LogTest;
-
-TEST_F(ThreadId, IsTheNumberThatTheLogPrints) {
-    EXPECT_EQ(currentThreadId(), 0x1a2bU);
-    CapturedOutput captured;
-    configureTerminal("error");
-    captured.take();
-    services.system.threadPort = 0xffffffff;
-    EXPECT_EQ(currentThreadId(), 0xffffffffU);
-    logError("line");
-    EXPECT_THAT(captured.take().standardError, testing::HasSubstr("[0xffffffff] line"));
 }
 
 }  // namespace
