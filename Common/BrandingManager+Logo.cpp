@@ -1,7 +1,7 @@
 #include "Common/BrandingManager.h"
 #include "Common/QuillmoreHeaderView.h"
 #include "Common/utils/Folders.h"
-#include "Platform/Interface/ImageView.h"
+#include "Platform/Interface/Outlets.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
 

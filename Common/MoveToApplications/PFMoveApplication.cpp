@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/utils/Folders.h"
@@ -63,7 +64,23 @@ void moveAsPlanned(const MovePlan& plan, bool needsRights) {
     }
 }
 
+platform::Result<platform::LockFile> takeMoveLock() {
+    const platform::FileManager& files = __QMCurrentThreadFileManager();
+    const platform::Services& services = platform::services();
+    const std::string folder = platform::pathByAppending(services.homeFolder, "Library/Caches");
+    files.createDirectory(folder, 0700);
+    const std::string name =
+        services.mainBundle->bundleIdentifier().value_or(services.processName) + ".move.lock";
+    return platform::LockFile::take(files.hostPath(platform::pathByAppending(folder, name)), {});
+}
+
 }  // namespace
+
+MoveLock::MoveLock() : lock_(takeMoveLock()) {}
+
+bool MoveLock::isHeldByAnother() const {
+    return !lock_ && lock_.error().code() == EWOULDBLOCK;
+}
 
 const PFMoveSettings& PFCurrentMoveSettings() {
     return moveSettings.get();

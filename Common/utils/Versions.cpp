@@ -6,7 +6,6 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
 #include "Common/utils/Text.h"
-#include "Common/utils/VersionNumber.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Threads/SharedInstance.h"

@@ -24,6 +24,10 @@ struct Version {
 /// Only major and minor decide: what is older by its last parts alone will do.
 bool isOlderRelease(const Version& version, const Version& than);
 
+/// The build number that this program was made with, from QUILLMORE_BUILD_NUMBER, for example
+/// 1856.0. Truncated when used.
+extern const double Quillmore_ClientVersionNumber;
+
 /// "1.15.4", or "1.15.4 (1856)" with the build: "CFBundleVersion", else `defaultBuildNumber`.
 std::string versionOfBundleAsString(const platform::Bundle& bundle, std::int32_t defaultBuildNumber,
                                     bool withBuild);

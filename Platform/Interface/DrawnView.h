@@ -21,7 +21,7 @@ public:
     void setNeedsDisplay() { changed(); }
 
     /// Draws what lies in `dirtyRect`; this one draws nothing.
-    virtual void drawRect(const Rect& dirtyRect, GraphicsContext& context);
+    virtual void drawRect(const Rect& /*dirtyRect*/, GraphicsContext& /*context*/) {}
 
 private:
     Rect frame_;

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Interface/Image.h"
+
 namespace quillmore::platform {
 
 /// A control of a window. `name` is the outlet's name in the user-interface file.
@@ -55,6 +57,16 @@ public:
 private:
     std::string title_;
     std::function<void()> action_;
+};
+
+class ImageView final : public View {
+public:
+    using View::View;
+    void setImage(ImageReference image) { image_ = std::move(image), changed(); }
+    const ImageReference& image() const { return image_; }
+
+private:
+    ImageReference image_;
 };
 
 /// Indeterminate: it moves or it does not.

@@ -1,20 +1,54 @@
 #include "Platform/Linux/LinuxTrash.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 #include "Platform/Files/FileManager.h"
 #include "Platform/Linux/TrashFolder.h"
-#include "Platform/Linux/Volume.h"
 
 namespace quillmore::platform {
 
 namespace {
 
 enum class Outcome { moved, notHere, failed };
+
+/// Which volume a path lies on. A folder mounted a second time is a volume of its own: nothing can
+/// be renamed from one mount to another even of the same file system.
+struct Volume {
+    std::uint32_t deviceMajor = 0;
+    std::uint32_t deviceMinor = 0;
+    std::uint64_t mount = 0;  ///< 0 where the kernel does not tell.
+    bool operator==(const Volume&) const = default;
+};
+
+/// Of the item itself, a link not followed; nothing when it is not there.
+std::optional<Volume> volumeOf(const std::string& hostPath) {
+    struct statx status = {};
+    if (::statx(AT_FDCWD, hostPath.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE | STATX_MNT_ID,
+                &status) != 0)
+        return std::nullopt;
+    const bool tellsMount = (status.stx_mask & STATX_MNT_ID) != 0;
+    return Volume{status.stx_dev_major, status.stx_dev_minor,
+                  tellsMount ? std::uint64_t{status.stx_mnt_id} : 0};
+}
+
+/// The mount point of the volume that an existing folder lies on; the folder is a path without
+/// symbolic links.
+std::string topFolderOfVolume(std::string folder) {
+    const auto volume = volumeOf(folder);
+    while (folder != "/") {
+        std::string parent = pathByDeletingLastComponent(folder);
+        if (parent.empty() || volumeOf(parent) != volume) break;
+        folder = std::move(parent);
+    }
+    return folder;
+}
 
 /// The path without symbolic links above the item, which must not be the top of a volume.
 std::optional<std::string> resolvedPath(const std::string& path) {

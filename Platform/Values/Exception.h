@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillmore::platform {
@@ -20,7 +21,11 @@ public:
     using SharedStrings = std::shared_ptr<std::vector<std::string>>;
     using UserInfo = std::map<std::string, SharedStrings, std::less<>>;
 
-    Exception(std::string name, std::optional<std::string> reason, UserInfo userInfo = {});
+    Exception(std::string name, std::optional<std::string> reason, UserInfo userInfo = {})
+        : name_(std::move(name)),
+          reason_(std::move(reason)),
+          userInfo_(std::move(userInfo)),
+          what_(reason_ ? name_ + ": " + *reason_ : name_) {}
 
     const std::string& name() const { return name_; }
     const std::optional<std::string>& reason() const { return reason_; }

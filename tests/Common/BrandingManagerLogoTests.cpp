@@ -1,6 +1,6 @@
 #include "Common/BrandingManager.h"
 #include "Common/QuillmoreHeaderView.h"
-#include "Platform/Interface/ImageView.h"
+#include "Platform/Interface/Outlets.h"
 #include "tests/fakes/TestPictures.h"
 #include "tests/fakes/TestServices.h"
 

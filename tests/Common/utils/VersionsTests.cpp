@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "Common/utils/VersionNumber.h"
 #include "tests/Common/LogTest.h"
 
 namespace quillmore::tests {
