@@ -4,6 +4,7 @@
 #include "Platform/Interface/Outlets.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

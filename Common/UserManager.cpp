@@ -5,7 +5,7 @@
 #include "Common/KeychainManager.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/UserDefaults.h"
 #include "Platform/Values/SecretMemory.h"

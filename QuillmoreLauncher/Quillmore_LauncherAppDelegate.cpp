@@ -6,7 +6,7 @@
 #include "Common/utils/Logging.h"
 #include "Common/utils/PropertyLists.h"
 #include "Common/utils/Versions.h"
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/SearchPaths.h"
 #include "Platform/Interface/UserInterface.h"
 #include "Platform/Ports/Services.h"

@@ -8,6 +8,7 @@
 #include "Common/utils/ProblemLog.h"
 #include "Platform/Console/ConsoleUserInterface.h"
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Interface/Application.h"
 #include "Platform/Interface/DeferredUserInterface.h"
 #include "Platform/Interface/UserInterfaceModule.h"

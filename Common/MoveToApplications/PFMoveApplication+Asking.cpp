@@ -11,6 +11,7 @@
 #include "Platform/Interface/UserInterface.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/UserDefaults.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

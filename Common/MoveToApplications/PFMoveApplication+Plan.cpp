@@ -10,6 +10,7 @@
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Settings/Bundle.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

@@ -5,7 +5,7 @@
 #include "Common/MoveToApplications/PFMoveApplication.h"
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Interface/Application.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Processes/Environment.h"

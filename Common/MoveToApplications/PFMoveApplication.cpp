@@ -14,6 +14,7 @@
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Settings/UserDefaults.h"
 #include "Platform/Threads/SharedInstance.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

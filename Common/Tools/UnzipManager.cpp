@@ -9,7 +9,7 @@
 #include <new>
 
 #include "Common/Tools/ZipEndRecord.h"
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Values/Format.h"
 
 namespace quillmore {

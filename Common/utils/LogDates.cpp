@@ -5,18 +5,9 @@
 #include <cstdio>
 #include <ctime>
 
-#include "Common/utils/Logging.h"
-#include "Platform/Ports/Services.h"
-
 namespace quillmore {
 
 namespace {
-
-platform::Clock::WallTime now() {
-    if (platform::haveServices() && platform::services().clock != nullptr)
-        return platform::services().clock->now();
-    return std::chrono::system_clock::now();
-}
 
 std::string fractionOf(std::chrono::nanoseconds part, int digits) {
     std::array<char, 16> text{};
@@ -46,14 +37,6 @@ const DateFormatter& __dateFormatterForCurrentThread() {
 const DateFormatter& dateFormatterForLogFileName() {
     static const DateFormatter formatter("%Y-%m-%d-%H%M%S", 0);
     return formatter;
-}
-
-std::string createCurrentDateTimeString() {
-    return __dateFormatterForCurrentThread().stringFromDate(now());
-}
-
-std::string createCurrentDateTimeStringForLogFileName() {
-    return dateFormatterForLogFileName().stringFromDate(now());
 }
 
 }  // namespace quillmore

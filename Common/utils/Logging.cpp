@@ -6,10 +6,10 @@
 #include <limits>
 #include <utility>
 
+#include "Common/utils/LogDates.h"
 #include "Common/utils/LogState.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
-#include "Platform/Threads/SharedInstance.h"
 #include "Platform/Threads/Thread.h"
 #include "Platform/Values/Format.h"
 
@@ -17,7 +17,11 @@ namespace quillmore {
 
 namespace {
 
-platform::SharedInstance<LogState> sharedState;
+platform::Clock::WallTime now() {
+    if (platform::haveServices() && platform::services().clock != nullptr)
+        return platform::services().clock->now();
+    return std::chrono::system_clock::now();
+}
 
 const char* tagOf(std::uint32_t level) {
     switch (level) {
@@ -101,10 +105,6 @@ void keep(LogState& state, const std::string& line) {
 
 }  // namespace
 
-LogState& logState() {
-    return sharedState.get();
-}
-
 void _log(std::uint32_t level, std::string_view format, FormatArguments arguments) {
     if (!_isLogLevelVisible(level)) return;
     const std::string message = messageOf(format, arguments);
@@ -154,6 +154,14 @@ void _printToStandardOutput(std::string_view format, FormatArguments arguments) 
 
 void _printToStandardError(std::string_view format, FormatArguments arguments) {
     writeToStream(stderr, platform::formatWithArguments(format, arguments) + "\n");
+}
+
+std::string createCurrentDateTimeString() {
+    return __dateFormatterForCurrentThread().stringFromDate(now());
+}
+
+std::string createCurrentDateTimeStringForLogFileName() {
+    return dateFormatterForLogFileName().stringFromDate(now());
 }
 
 std::string __createCurrentThreadPrefixString() {

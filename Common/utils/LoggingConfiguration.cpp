@@ -1,6 +1,4 @@
 // Levels and file of the log.
-#include <unistd.h>
-
 #include <array>
 #include <string_view>
 
@@ -9,6 +7,7 @@
 #include "Common/utils/LogState.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Values/Format.h"
 
@@ -49,11 +48,6 @@ std::string logFilePath(const std::string& folder, const std::string& productNam
 }
 
 }  // namespace
-
-void LogState::recordProcess() {
-    _PID = ::getpid();
-    if (platform::haveServices()) _ProcessName = platform::services().processName;
-}
 
 std::optional<std::string> getLogFilePath() {
     LogState& state = logState();

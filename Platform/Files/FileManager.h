@@ -71,18 +71,12 @@ public:
     virtual std::optional<Error> removeItem(std::string_view path) const;
 
 private:
+    /// The host path of an item without trailing slashes, which would follow a link. An error for a
+    /// path that names no item of a folder: an empty one (ENOENT), the root folder, one with a NUL,
+    /// and one that ends with "." or ".." (EINVAL).
+    Result<std::string> hostPathOfItem(std::string_view path) const;
+
     std::string root_;
 };
-
-/// Joins two path parts with exactly one "/"; trailing ones are dropped.
-std::string pathByAppending(std::string_view path, std::string_view component);
-/// The text after the last "/" (trailing ones dropped), "/" for the root; the part before it, "/"
-/// for an item of the root, empty when there is none.
-std::string lastPathComponent(std::string_view path);
-std::string pathByDeletingLastComponent(std::string_view path);
-/// A leading "~" or "~/" becomes the home folder; every other path is unchanged.
-std::string expandTilde(std::string_view path, std::string_view homeFolder);
-/// HOME when it is an absolute path, else the account's home folder; "/" when there is neither.
-std::string homeFolderOfUser();
 
 }  // namespace quillmore::platform

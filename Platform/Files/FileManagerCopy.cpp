@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "Platform/Files/FileManager.h"
-#include "Platform/Files/FileManagerTree.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/FolderCursor.h"
 
 namespace quillmore::platform {
@@ -197,9 +197,9 @@ bool liesInside(std::string folder, const struct stat& tree) {
 }  // namespace
 
 std::optional<Error> FileManager::copyItem(std::string_view from, std::string_view to) const {
-    const auto original = checkedHostPath(*this, from);
+    const auto original = hostPathOfItem(from);
     if (!original) return original.error();
-    const auto copy = checkedHostPath(*this, to);
+    const auto copy = hostPathOfItem(to);
     if (!copy) return copy.error();
     struct stat status = {};
     if (::lstat(original->c_str(), &status) != 0) return Error::posix(errno);

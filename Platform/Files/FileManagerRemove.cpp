@@ -6,7 +6,6 @@
 #include <cerrno>
 
 #include "Platform/Files/FileManager.h"
-#include "Platform/Files/FileManagerTree.h"
 #include "Platform/Files/FolderCursor.h"
 
 namespace quillmore::platform {
@@ -83,29 +82,9 @@ int TreeRemoval::endFolder() {
 }  // namespace
 
 std::optional<Error> FileManager::removeItem(std::string_view path) const {
-    const auto target = checkedHostPath(*this, path);
+    const auto target = hostPathOfItem(path);
     if (!target) return target.error();
     return TreeRemoval().run(*target);
-}
-
-Result<std::string> checkedHostPath(const FileManager& fileManager, std::string_view path) {
-    if (path.empty()) return Error::posix(ENOENT);
-    if (path.find('\0') != std::string_view::npos) return Error::posix(EINVAL);
-    const std::string_view::size_type last = path.find_last_not_of('/');
-    if (last == std::string_view::npos) return Error::posix(EINVAL);
-    const std::string_view item = path.substr(0, last + 1);
-    const std::string name = lastPathComponent(item);
-    if (name == "." || name == "..") return Error::posix(EINVAL);
-    return fileManager.hostPath(item);
-}
-
-Error errorInTree(int errorNumber, const std::string& innerPath) {
-    const Error error = Error::posix(errorNumber);
-    if (innerPath.empty()) return error;
-    Dictionary userInfo = error.userInfo();
-    userInfo.insert_or_assign(kLocalizedDescriptionKey,
-                              error.localizedDescription() + ": \"" + innerPath + "\"");
-    return Error(error.domain(), error.code(), std::move(userInfo));
 }
 
 }  // namespace quillmore::platform

@@ -74,6 +74,15 @@ std::string FolderCursor::innerPath(const std::string& name, std::size_t depth) 
     return path + name;
 }
 
+Error errorInTree(int errorNumber, const std::string& innerPath) {
+    const Error error = Error::posix(errorNumber);
+    if (innerPath.empty()) return error;
+    Dictionary userInfo = error.userInfo();
+    userInfo.insert_or_assign(kLocalizedDescriptionKey,
+                              error.localizedDescription() + ": \"" + innerPath + "\"");
+    return Error(error.domain(), error.code(), std::move(userInfo));
+}
+
 int namesInFolder(FileDescriptor folder, std::vector<std::string>& names) {
     const std::unique_ptr<DIR, DirectoryCloser> directory(::fdopendir(folder.get()));
     if (directory == nullptr) return errno;

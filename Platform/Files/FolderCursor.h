@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "Platform/Values/Error.h"
 
 namespace quillmore::platform {
 
@@ -41,6 +42,9 @@ private:
     };
     std::vector<Frame> frames_;
 };
+
+/// The error number's error; its description also names the entry when it lies inside the tree.
+Error errorInTree(int errorNumber, const std::string& innerPath);
 
 /// Names in an open folder, in byte order, without "." and ".."; takes the descriptor.
 int namesInFolder(FileDescriptor folder, std::vector<std::string>& names);

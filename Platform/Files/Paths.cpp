@@ -1,11 +1,10 @@
-// Paths as texts; nothing here looks at the disk.
+#include "Platform/Files/Paths.h"
+
 #include <pwd.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
-
-#include "Platform/Files/FileManager.h"
 
 namespace quillmore::platform {
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/UserFolders.h"
 
 namespace quillmore::platform {

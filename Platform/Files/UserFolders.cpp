@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore::platform {
 

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <new>
 
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Interface/TerminalQuestion.h"
 #include "Platform/Linux/Polkit/PolkitModule.h"
 #include "Platform/Processes/ProcessSpawner.h"

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Linux/Secret/SecretModule.h"
 #include "Platform/Values/SecretMemory.h"
 #include "Platform/Values/TextEncoding.h"

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Linux/TrashFolder.h"
 
 namespace quillmore::platform {

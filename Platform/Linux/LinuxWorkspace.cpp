@@ -10,6 +10,7 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Linux/LinuxTrash.h"
 #include "Platform/Processes/ProcessSpawner.h"

@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Values/LanguageTags.h"
 #include "Platform/Values/Problems.h"

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/LockFile.h"
 #include "Platform/Values/Problems.h"
 

@@ -8,6 +8,7 @@
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
 #include "Common/utils/PropertyLists.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

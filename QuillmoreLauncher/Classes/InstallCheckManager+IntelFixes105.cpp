@@ -1,5 +1,5 @@
 // Fixes for Intel machines that run system 10.5: an archive applied at the end of a repair run.
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Settings/Bundle.h"

@@ -1,6 +1,6 @@
 // The repair run: the update tool first, then everything else through it.
 #include "Common/BrandingManager.h"
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Interface/Application.h"
 #include "Platform/Interface/UserInterface.h"
 #include "Platform/Ports/Services.h"

@@ -8,6 +8,7 @@
 #include "Common/utils/PropertyLists.h"
 #include "Common/utils/Text.h"
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Processes/Task.h"

@@ -4,6 +4,7 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 

@@ -3,6 +3,7 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Processes/Task.h"
 #include "Platform/Processes/TerminationSignals.h"

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Processes/Environment.h"

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "Platform/Files/FileManager.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/SearchPaths.h"
 
 namespace quillmore::tests {
