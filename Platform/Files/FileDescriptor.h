@@ -1,8 +1,11 @@
-// An owned file descriptor, closed when it goes.
+// An owned file descriptor, closed when it goes, and the bytes of whatever stream one stands for.
 #pragma once
 
 #include <unistd.h>
 
+#include <cstddef>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace quillmore::platform {
@@ -29,5 +32,14 @@ public:
 private:
     int descriptor_ = -1;
 };
+
+/// Blocks until the end of the stream. A read error counts as the end.
+std::string readToEndOfStream(int descriptor);
+
+/// What is there, at most `limit` bytes; blocks only while nothing is. Empty at the end of the
+/// stream. A read error counts as the end.
+std::string readAvailableData(int descriptor, std::size_t limit = 64 * 1024);
+/// Blocks until all is written: 0, or an error number.
+int writeAll(int descriptor, std::string_view bytes);
 
 }  // namespace quillmore::platform

@@ -9,8 +9,8 @@
 #include <memory>
 
 #include "Platform/Files/FileManager.h"
-#include "Platform/Files/Paths.h"
 #include "Platform/Files/FolderCursor.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore::platform {
 
@@ -43,12 +43,8 @@ int copyBytes(int from, int to) {
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) return errno;
         if (count == 0) return 0;
-        for (ssize_t done = 0; done < count;) {
-            const ssize_t written =
-                ::write(to, block.get() + done, static_cast<std::size_t>(count - done));
-            if (written < 0 && errno != EINTR) return errno;
-            if (written > 0) done += written;
-        }
+        const int error = writeAll(to, {block.get(), static_cast<std::size_t>(count)});
+        if (error != 0) return error;
     }
 }
 

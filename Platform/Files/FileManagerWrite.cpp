@@ -42,16 +42,6 @@ private:
     bool exists_ = false;
 };
 
-int writeAll(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(file, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return errno;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return 0;
-}
-
 /// Makes a rename in the folder last. A folder that may be written but not read cannot be synced,
 /// and some file systems have no such call (EINVAL): the rename itself has then still been done.
 int syncFolder(const std::string& path) {

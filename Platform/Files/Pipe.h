@@ -1,27 +1,24 @@
-// What tasks, queues and run loops need from raw descriptors: a new pipe, and the bytes of a
-// stream.
+// A new pipe. Both ends are close-on-exec.
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 #include "Platform/Files/FileDescriptor.h"
 
 namespace quillmore::platform {
 
-struct PipeEnds {
-    FileDescriptor readEnd;
-    FileDescriptor writeEnd;
+class Pipe {
+public:
+    /// Raises an Exception when no pipe can be had.
+    Pipe();
+    FileDescriptor& readEnd() { return readEnd_; }
+    FileDescriptor& writeEnd() { return writeEnd_; }
+    /// Reads until the end of the stream. Close one's own write end first.
+    std::string readToEnd() const { return readToEndOfStream(readEnd_.get()); }
+
+private:
+    FileDescriptor readEnd_;
+    FileDescriptor writeEnd_;
 };
-
-/// Both ends are close-on-exec. Raises an Exception when no pipe can be had.
-PipeEnds makePipe();
-
-/// Blocks until the end of the stream. A read error counts as the end.
-std::string readToEndOfStream(int descriptor);
-
-/// What is there, at most `limit` bytes; blocks only while nothing is. Empty at the end of the
-/// stream. A read error counts as the end.
-std::string readAvailableData(int descriptor, std::size_t limit = 64 * 1024);
 
 }  // namespace quillmore::platform

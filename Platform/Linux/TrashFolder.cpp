@@ -51,11 +51,6 @@ void shorten(std::string& text, std::size_t length) {
     text.resize(length);
 }
 
-bool writeAll(int file, const std::string& text) {
-    return ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-           ::fsync(file) == 0;
-}
-
 bool isThere(const std::string& path) {
     struct stat status = {};
     return ::lstat(path.c_str(), &status) == 0;
@@ -109,8 +104,8 @@ std::optional<TrashFolder::Place> TrashFolder::makePlace(const std::string& name
         if (!file) return std::nullopt;
         Place place(std::move(information), path_ + "/files/" + candidate);
         if (isThere(place.item())) continue;  // it lost its entry; the name is taken all the same
-        if (!writeAll(file.get(), trashInformation(originalPath, std::time(nullptr))))
-            return std::nullopt;
+        const std::string entry = trashInformation(originalPath, std::time(nullptr));
+        if (writeAll(file.get(), entry) != 0 || ::fsync(file.get()) != 0) return std::nullopt;
         return place;
     }
     return std::nullopt;

@@ -37,10 +37,10 @@ FileDescriptor openEndOf(pid_t process) {
 FileDescriptor endOf(Task& task) {
     // Of a child that has ended already the system may know nothing any more: a stream that has
     // ended says the same.
-    if (!task.isRunning()) return std::move(makePipe().readEnd);
+    if (!task.isRunning()) return std::move(Pipe().readEnd());
     FileDescriptor end = openEndOf(task.processIdentifier());
     if (end) return end;
-    if (errno == ESRCH) return std::move(makePipe().readEnd);
+    if (errno == ESRCH) return std::move(Pipe().readEnd());
     throw Exception(kGenericException, "Couldn't wait for process " +
                                            std::to_string(task.processIdentifier()) + " (" +
                                            std::generic_category().message(errno) + ")");

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <system_error>
 
-#include "Platform/Files/Pipe.h"
 #include "Platform/Values/Exception.h"
 
 namespace quillmore::platform {
@@ -33,7 +32,7 @@ private:
     Pipe* pipes_[2];
 };
 
-FileDescriptor nothing() {
+FileDescriptor openNullDevice() {
     FileDescriptor device(::open("/dev/null", O_RDWR | O_CLOEXEC));
     if (!device) {
         throw Exception(kInvalidArgumentException,
@@ -42,16 +41,6 @@ FileDescriptor nothing() {
     return device;
 }
 }  // namespace
-
-Pipe::Pipe() {
-    PipeEnds ends = makePipe();
-    readEnd_ = std::move(ends.readEnd);
-    writeEnd_ = std::move(ends.writeEnd);
-}
-
-std::string Pipe::readToEnd() {
-    return readToEndOfStream(readEnd_.get());
-}
 
 Task::~Task() {
     if (process_ != 0 && !end_) spawner_.abandon(process_);
@@ -63,7 +52,7 @@ void Task::launch() {
     FileDescriptor device;
     int otherwise = ProcessRequest::kInherit;
     if (request_.session == ProcessRequest::Session::own) {
-        device = nothing();
+        device = openNullDevice();
         otherwise = request_.standardInput = device.get();
     }
     request_.standardOutput = ends.descriptorOf(standardOutput_, otherwise);

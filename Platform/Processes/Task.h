@@ -8,25 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Files/FileDescriptor.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Processes/ProcessSpawner.h"
 
 namespace quillmore::platform {
-
-/// Both ends are close-on-exec.
-class Pipe {
-public:
-    /// Raises an Exception when no pipe can be had.
-    Pipe();
-    FileDescriptor& readEnd() { return readEnd_; }
-    FileDescriptor& writeEnd() { return writeEnd_; }
-    /// Reads until the end of the stream. Close one's own write end first.
-    std::string readToEnd();
-
-private:
-    FileDescriptor readEnd_;
-    FileDescriptor writeEnd_;
-};
 
 class Task {
 public:

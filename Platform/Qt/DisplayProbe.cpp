@@ -92,17 +92,17 @@ int waitForEnd(pid_t process) {
 }  // namespace
 
 std::optional<std::string> problemWithDisplay(std::chrono::milliseconds patience) {
-    PipeEnds ends;
+    std::optional<Pipe> pipe;
     try {
-        ends = makePipe();
+        pipe.emplace();
     } catch (const Exception&) {
         return "no pipe for trying the display";
     }
     const pid_t process = ::fork();
     if (process < 0) return "no process for trying the display";
-    if (process == 0) tryDisplay(ends.writeEnd.get());
-    ends.writeEnd.reset();
-    std::optional<std::string> report = readReport(ends.readEnd.get(), patience);
+    if (process == 0) tryDisplay(pipe->writeEnd().get());
+    pipe->writeEnd().reset();
+    std::optional<std::string> report = readReport(pipe->readEnd().get(), patience);
     ::kill(process, SIGKILL);
     const int status = waitForEnd(process);
     if (!report) return "the display does not answer";

@@ -12,9 +12,9 @@ namespace quillmore::platform {
 // end can ever block, however much is posted.
 
 MainQueue::MainQueue() {
-    PipeEnds pipe = makePipe();
-    readEnd_ = std::move(pipe.readEnd);
-    writeEnd_ = std::move(pipe.writeEnd);
+    Pipe pipe;
+    readEnd_ = std::move(pipe.readEnd());
+    writeEnd_ = std::move(pipe.writeEnd());
 }
 
 void MainQueue::post(std::function<void()> work) {

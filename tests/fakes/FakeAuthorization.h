@@ -66,9 +66,10 @@ public:
 
 private:
     static platform::FileDescriptor streamOf(const std::string& text) {
-        platform::PipeEnds ends = platform::makePipe();
-        [[maybe_unused]] const auto count = ::write(ends.writeEnd.get(), text.data(), text.size());
-        return std::move(ends.readEnd);
+        platform::Pipe pipe;
+        [[maybe_unused]] const auto count =
+            ::write(pipe.writeEnd().get(), text.data(), text.size());
+        return std::move(pipe.readEnd());
     }
 };
 
