@@ -4,6 +4,7 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Interface/Application.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Threads/Thread.h"
@@ -12,17 +13,13 @@ namespace quillmore {
 
 namespace {
 
-/// The settings are a file that anything may have written: a cache name that is no name would
-/// delete what is around the cache.
-bool isPlainName(const std::string& name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
-}
-
 void removeCacheFolder(const UserManager& users, const std::string& userName) {
     const auto path = users.userCachePath(userName);
     if (!path) return;
     const auto record = users.userWithUserName(userName);
-    if (!isPlainName(platform::stringForKey(record, kUserCacheName).value_or(""))) {
+    // The settings are a file that anything may have written: a cache name that is no name would
+    // delete what is around the cache.
+    if (!platform::isPlainName(platform::stringForKey(record, kUserCacheName).value_or(""))) {
         logError("The cache \"%@\" is not removed: its name is no folder name", path);
         return;
     }

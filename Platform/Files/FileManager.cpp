@@ -71,8 +71,7 @@ Result<std::string> readToEnd(int file, std::uint64_t expected, std::uint64_t ma
 }  // namespace
 
 Result<std::string> FileManager::hostPathOfItem(std::string_view path) const {
-    if (path.empty()) return Error::posix(ENOENT);
-    if (path.find('\0') != std::string_view::npos) return Error::posix(EINVAL);
+    if (!isUsable(path)) return unusablePathError(path);
     const std::string_view::size_type last = path.find_last_not_of('/');
     if (last == std::string_view::npos) return Error::posix(EINVAL);
     const std::string_view item = path.substr(0, last + 1);

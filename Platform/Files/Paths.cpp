@@ -51,6 +51,11 @@ std::string pathByDeletingLastComponent(std::string_view path) {
     return std::string(withoutTrailingSlashes(path.substr(0, slash + 1)));
 }
 
+bool isPlainName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
+}
+
 std::string expandTilde(std::string_view path, std::string_view homeFolder) {
     if (homeFolder.empty() || (path != "~" && !path.starts_with("~/"))) return std::string(path);
     homeFolder = withoutTrailingSlashes(homeFolder);

@@ -54,7 +54,7 @@ std::string topFolderOfVolume(std::string folder) {
 /// The path without symbolic links above the item, which must not be the top of a volume.
 std::optional<std::string> resolvedPath(const std::string& path) {
     const std::string name = lastPathComponent(path);
-    if (!path.starts_with('/') || name == "/" || name == "." || name == "..") return std::nullopt;
+    if (!path.starts_with('/') || !isPlainName(name)) return std::nullopt;
     const std::unique_ptr<char, void (*)(void*)> folder(
         ::realpath(pathByDeletingLastComponent(path).c_str(), nullptr), ::free);
     if (!folder) return std::nullopt;
