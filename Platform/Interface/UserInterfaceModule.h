@@ -1,4 +1,4 @@
-// The agreement between the program and the module that shows windows on a display, and the opening
+// The interface between the program and the module that shows windows on a display, and the opening
 // of that module. It is opened on first use only, so that a start which has nothing to say never
 // maps a toolkit. C++ objects pass the border, so both sides must come from one build.
 // Main thread only.

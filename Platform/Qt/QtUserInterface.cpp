@@ -85,7 +85,7 @@ AlertAnswer QtUserInterface::runModal(const Alert& alert) {
 }
 
 void QtUserInterface::beginAlertSheet(const Alert& alert, Window& window) {
-    WindowDialog& parent = shown(window).dialog();
+    WindowDialog& parent = windowFor(window).dialog();
     auto* dialog = new AlertDialog(alert, localized(kSuppressionTitleKey), &parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowFlags(kSheet);
@@ -96,7 +96,7 @@ void QtUserInterface::beginAlertSheet(const Alert& alert, Window& window) {
 }
 
 void QtUserInterface::present(Window& window) {
-    ShownWindow& front = shown(window);
+    ShownWindow& front = windowFor(window);
     WindowDialog& dialog = front.dialog();
     if (!dialog.isVisible()) {
         dialog.setWindowFlags(kWindow);
@@ -109,8 +109,8 @@ void QtUserInterface::present(Window& window) {
 }
 
 void QtUserInterface::beginSheet(Window& sheet, Window& window, std::function<void()> didEnd) {
-    WindowDialog& parent = shown(window).dialog();
-    WindowDialog& dialog = shown(sheet).dialog();
+    WindowDialog& parent = windowFor(window).dialog();
+    WindowDialog& dialog = windowFor(sheet).dialog();
     sheets_[&sheet] = std::move(didEnd);
     dialog.setParent(&parent, kSheet);
     dialog.setWindowModality(Qt::WindowModal);
@@ -123,8 +123,8 @@ void QtUserInterface::beginSheet(Window& sheet, Window& window, std::function<vo
 void QtUserInterface::endSheet(Window& sheet) {
     auto ended = sheets_.extract(&sheet);
     if (ended.empty()) return;
-    shown(sheet).dialog().hide();
-    shown(sheet).dialog().setParent(nullptr);
+    windowFor(sheet).dialog().hide();
+    windowFor(sheet).dialog().setParent(nullptr);
     if (ended.mapped()) ended.mapped()();
 }
 
@@ -155,7 +155,7 @@ WindowDialog* QtUserInterface::frontWindow() const {
     return nullptr;
 }
 
-ShownWindow& QtUserInterface::shown(Window& window) {
+ShownWindow& QtUserInterface::windowFor(Window& window) {
     std::unique_ptr<ShownWindow>& known = windows_[&window];
     if (known) return *known;
     known = std::make_unique<ShownWindow>(

@@ -33,7 +33,8 @@ public:
     void run() override;
 
 private:
-    ShownWindow& shown(Window& window);
+    /// The one on the display, made when it is first asked for.
+    ShownWindow& windowFor(Window& window);
     std::unique_ptr<WindowDialog> layoutOf(const Window& window);
     bool userCloses(ShownWindow& window);
     WindowDialog* frontWindow() const;

@@ -1,4 +1,4 @@
-// The agreement between the program and the module that asks polkit. The module is opened on first
+// The interface between the program and the module that asks polkit. The module is opened on first
 // use only, so that a start which needs no administrator never maps GLib. Plain C across the
 // border: no exception and no C++ type passes it.
 #pragma once

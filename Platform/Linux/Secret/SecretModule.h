@@ -1,4 +1,4 @@
-// The agreement between the program and the module that talks to the Secret Service. The module is
+// The interface between the program and the module that talks to the Secret Service. The module is
 // opened on first use only, so that a start which needs no secrets never maps GLib. Plain C across
 // the border: no exception and no C++ type passes it. Secrets are wiped on both sides.
 #pragma once

@@ -20,7 +20,7 @@ protected:
     /// Lays a library where the module is looked for: one that no other test has opened.
     void lay(const char* library) const { std::filesystem::copy_file(library, path); }
     /// Null on a failure, which `problem` then tells.
-    const TestAgreement* open() {
+    const TestFunctions* open() {
         const auto opened = module.open();
         problem = opened ? "" : opened.error().localizedDescription();
         return opened ? *opened : nullptr;
@@ -29,22 +29,22 @@ protected:
 
     TemporaryFiles temporary;
     const std::string path = temporary.host("/module");
-    platform::Module<TestAgreement> module{path, kTestEntryPoint, kTestVersion};
+    platform::Module<TestFunctions> module{path, kTestEntryPoint, kTestVersion};
     std::string problem;
 };
 
-TEST_F(Module, AgreementIsWhatTheEntryPointGives) {
+TEST_F(Module, TableIsWhatTheEntryPointGives) {
     lay(QUILLMORE_TEST_MODULE);
-    const TestAgreement* const agreement = open();
-    ASSERT_NE(agreement, nullptr) << problem;
-    EXPECT_EQ(agreement->version, kTestVersion);
+    const TestFunctions* const table = open();
+    ASSERT_NE(table, nullptr) << problem;
+    EXPECT_EQ(table->version, kTestVersion);
     EXPECT_EQ(problem, "");
 }
 
 TEST_F(Module, LibraryIsMappedByTheFirstOpeningOnlyAndStays) {
     lay(QUILLMORE_TEST_MODULE);
     {
-        platform::Module<TestAgreement> passing(path, kTestEntryPoint, kTestVersion);
+        platform::Module<TestFunctions> passing(path, kTestEntryPoint, kTestVersion);
         EXPECT_FALSE(isMapped());
         ASSERT_TRUE(passing.open());
     }
@@ -53,10 +53,10 @@ TEST_F(Module, LibraryIsMappedByTheFirstOpeningOnlyAndStays) {
 
 TEST_F(Module, EntryPointIsAskedOnce) {
     lay(QUILLMORE_TEST_MODULE);
-    const TestAgreement* const agreement = open();
-    ASSERT_NE(agreement, nullptr) << problem;
-    EXPECT_EQ(open(), agreement);
-    EXPECT_EQ(agreement->timesAsked, 1);
+    const TestFunctions* const table = open();
+    ASSERT_NE(table, nullptr) << problem;
+    EXPECT_EQ(open(), table);
+    EXPECT_EQ(table->timesAsked, 1);
 }
 
 TEST_F(Module, MissingLibraryIsSaidByItsPath) {
@@ -85,7 +85,7 @@ TEST_F(Module, LibraryWithoutTheEntryPointIsRefused) {
 }
 
 TEST_F(Module, EntryPointThatGivesNothingIsRefused) {
-    lay(QUILLMORE_TEST_MODULE_WITHOUT_AGREEMENT);
+    lay(QUILLMORE_TEST_MODULE_WITHOUT_TABLE);
     EXPECT_EQ(open(), nullptr);
     EXPECT_EQ(problem, path + ": is not of this version");
 }
@@ -98,16 +98,16 @@ TEST_F(Module, FailureIsTriedAgain) {
 
 TEST_F(Module, ThreadsThatOpenItTogetherGetTheSame) {
     lay(QUILLMORE_TEST_MODULE);
-    std::vector<const TestAgreement*> agreements(4);
+    std::vector<const TestFunctions*> tables(4);
     std::vector<std::thread> threads;
-    for (const TestAgreement*& agreement : agreements)
-        threads.emplace_back([this, &agreement] {
-            if (const auto opened = module.open()) agreement = *opened;
+    for (const TestFunctions*& table : tables)
+        threads.emplace_back([this, &table] {
+            if (const auto opened = module.open()) table = *opened;
         });
     for (std::thread& thread : threads) thread.join();
-    ASSERT_NE(agreements.front(), nullptr);
-    EXPECT_THAT(agreements, testing::Each(agreements.front()));
-    EXPECT_EQ(agreements.front()->timesAsked, 1);
+    ASSERT_NE(tables.front(), nullptr);
+    EXPECT_THAT(tables, testing::Each(tables.front()));
+    EXPECT_EQ(tables.front()->timesAsked, 1);
 }
 
 }  // namespace

@@ -6,14 +6,14 @@
 #endif
 
 #ifndef TEST_NO_ENTRY_POINT
-extern "C" const quillmore::tests::TestAgreement* quillmoreTestModule(void);
-extern "C" const quillmore::tests::TestAgreement* quillmoreTestModule(void) {
-#ifdef TEST_NO_AGREEMENT
+extern "C" const quillmore::tests::TestFunctions* quillmoreTestModule(void);
+extern "C" const quillmore::tests::TestFunctions* quillmoreTestModule(void) {
+#ifdef TEST_NO_TABLE
     return nullptr;
 #else
-    static quillmore::tests::TestAgreement agreement{TEST_VERSION, 0};
-    ++agreement.timesAsked;
-    return &agreement;
+    static quillmore::tests::TestFunctions table{TEST_VERSION, 0};
+    ++table.timesAsked;
+    return &table;
 #endif
 }
 #endif

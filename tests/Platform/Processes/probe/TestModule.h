@@ -5,7 +5,7 @@
 
 namespace quillmore::tests {
 
-struct TestAgreement {
+struct TestFunctions {
     std::uint32_t version;
     int timesAsked;  ///< Calls of the entry point.
 };
