@@ -1,10 +1,10 @@
 #include "Common/BrandingManager.h"
 #include "Common/QuillmoreHeaderView.h"
 #include "Common/utils/Folders.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Interface/Outlets.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
-#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

@@ -1,10 +1,10 @@
 #include "Common/BrandingManager.h"
 
 #include "Common/UserManager.h"
-#include "Common/utils/Text.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Threads/SharedInstance.h"
+#include "Platform/Values/Text.h"
 
 namespace quillmore {
 
@@ -40,11 +40,11 @@ BrandingManager::BrandingManager()
 
 std::string BrandingManager::substituted(std::string text) const {
     // The order counts: what one replacement puts in is open to the later ones.
-    text = stringByReplacing(text, "{#ProductName#}", productName);
-    text = stringByReplacing(text, "{#SarvelProduct#}", sarvelProduct);
-    text = stringByReplacing(text, "{#BackupProduct#}", backupProduct);
-    text = stringByReplacing(text, "{#TeamFolderProduct#}", teamFolderProduct);
-    return stringByReplacing(text, "{#TeamFoldersProduct#}", teamFoldersProduct);
+    text = platform::stringByReplacing(text, "{#ProductName#}", productName);
+    text = platform::stringByReplacing(text, "{#SarvelProduct#}", sarvelProduct);
+    text = platform::stringByReplacing(text, "{#BackupProduct#}", backupProduct);
+    text = platform::stringByReplacing(text, "{#TeamFolderProduct#}", teamFolderProduct);
+    return platform::stringByReplacing(text, "{#TeamFoldersProduct#}", teamFoldersProduct);
 }
 
 std::optional<std::string> BrandingManager::localisedString(const std::optional<std::string>& key) {
@@ -61,9 +61,10 @@ std::optional<std::string> BrandingManager::localisedStringStrippingBrandingSect
     std::string neutral = compositeKey(section, *key);
     for (const std::string& word :
          {productName, sarvelProduct, backupProduct, teamFolderProduct, teamFoldersProduct})
-        neutral = stringByReplacing(neutral, word, "");
+        neutral = platform::stringByReplacing(neutral, word, "");
     // Deliberate: a slash and a letter, not the control characters.
-    for (const char* dropped : {" ", "/n", "/r"}) neutral = stringByReplacing(neutral, dropped, "");
+    for (const char* dropped : {" ", "/n", "/r"})
+        neutral = platform::stringByReplacing(neutral, dropped, "");
     auto text = localisedString(neutral);
     if (text && *text != neutral) return text;
     return localisedString(key);

@@ -7,11 +7,11 @@
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/SearchPaths.h"
 #include "Platform/Interface/UserInterface.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/UserDefaults.h"
-#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

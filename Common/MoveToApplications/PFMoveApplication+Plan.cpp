@@ -6,11 +6,11 @@
 #include "Common/MoveToApplications/PFMoveApplication.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/SearchPaths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Settings/Bundle.h"
-#include "Platform/Files/Paths.h"
 
 namespace quillmore {
 

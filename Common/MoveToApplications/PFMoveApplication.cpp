@@ -7,14 +7,14 @@
 #include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
-#include "Common/utils/Text.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Files/SearchPaths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/Workspace.h"
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Settings/UserDefaults.h"
 #include "Platform/Threads/SharedInstance.h"
-#include "Platform/Files/Paths.h"
+#include "Platform/Values/Text.h"
 
 namespace quillmore {
 
@@ -34,7 +34,7 @@ bool liesInApplicationsFolder(const std::string& path) {
                         [&](const auto& folder) { return path.starts_with(folder); }))
             return true;
     }
-    const auto components = componentsSeparatedBy(path, '/');
+    const auto components = platform::componentsSeparatedBy(path, '/');
     return std::find(components.begin(), components.end(), kApplications) != components.end();
 }
 

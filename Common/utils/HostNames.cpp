@@ -11,7 +11,7 @@
 
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Common/utils/Text.h"
+#include "Platform/Values/Text.h"
 
 namespace quillmore {
 
@@ -33,7 +33,8 @@ std::string getThisMachinesName() {
 }
 
 std::string _nameFromHostname(const std::string& hostname) {
-    const std::vector<std::string_view> hostnameComponents = componentsSeparatedBy(hostname, '.');
+    const std::vector<std::string_view> hostnameComponents =
+        platform::componentsSeparatedBy(hostname, '.');
     QMAssert2(!hostnameComponents.empty(), "[hostnameComponents count] >= 1", __FILE__, __LINE__);
     return std::string(hostnameComponents.front());
 }

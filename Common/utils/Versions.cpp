@@ -5,11 +5,11 @@
 
 #include "Common/utils/Errors.h"
 #include "Common/utils/Logging.h"
-#include "Common/utils/Text.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Settings/Bundle.h"
 #include "Platform/Threads/SharedInstance.h"
 #include "Platform/Values/Format.h"
+#include "Platform/Values/Text.h"
 #include "Platform/Values/Value.h"
 
 // The build passes the number; a single file compiled by hand gets the release's.
@@ -72,7 +72,7 @@ std::string versionOfThisAppAsString(bool withBuild) {
 }
 
 std::int32_t buildNumberFromVersionStr(std::string_view versionString) {
-    const auto vAndB = componentsSeparatedBy(versionString, ' ');
+    const auto vAndB = platform::componentsSeparatedBy(versionString, ' ');
     QMAssert2(vAndB.size() == 2, "[vAndB count] == 2", "Common/utils", 98);
     return platform::int32FromText(trimmed(vAndB[1], "()"));
 }
@@ -85,9 +85,9 @@ Version microsoftStyleVersionFromString(std::string_view string) {
     std::string text(string.substr(0, string.find('\n')));
     // Deliberate: every "a" and "b" goes, wherever it stands.
     for (const char* dropped : {"version ", "a", "b", "(", ")"})
-        text = stringByReplacing(text, dropped, "");
+        text = platform::stringByReplacing(text, dropped, "");
     std::replace(text.begin(), text.end(), ' ', '.');
-    const auto parts = componentsSeparatedBy(text, '.');
+    const auto parts = platform::componentsSeparatedBy(text, '.');
     const auto number = [&parts](std::size_t i) { return platform::int32FromText(parts[i]); };
     if (parts.size() == 1) return {number(0)};
     if (parts.size() == 4) return {number(0), number(1), number(2), number(3)};

@@ -9,6 +9,7 @@
 #include "Platform/Values/Base64.h"
 #include "Platform/Values/DateText.h"
 #include "Platform/Values/NumberText.h"
+#include "Platform/Values/Text.h"
 #include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::platform {

@@ -3,7 +3,7 @@
 #include "Platform/Files/FileManager.h"
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Formats/StringTableScanner.h"
-#include "Platform/Values/NumberText.h"
+#include "Platform/Values/Text.h"
 #include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::platform {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Platform/Values/NumberText.h"
+#include "Platform/Values/Text.h"
 #include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::platform {

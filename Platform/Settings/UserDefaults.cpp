@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "Platform/Files/FileManager.h"
-#include "Platform/Files/Paths.h"
 #include "Platform/Files/LockFile.h"
+#include "Platform/Files/Paths.h"
 #include "Platform/Values/Problems.h"
 
 namespace quillmore::platform {

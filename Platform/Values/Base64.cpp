@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "Platform/Values/NumberText.h"
+#include "Platform/Values/Text.h"
 
 namespace quillmore::platform {
 

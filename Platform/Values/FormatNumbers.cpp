@@ -6,6 +6,8 @@
 #include <cmath>
 #include <string_view>
 
+#include "Platform/Values/Text.h"
+
 namespace quillmore::platform {
 
 namespace {
@@ -14,11 +16,7 @@ bool isUpperCase(char conversion) {
     return conversion >= 'A' && conversion <= 'Z';
 }
 
-char lowered(char letter) {
-    return isUpperCase(letter) ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-void raise(std::string& text) {
+void makeUpperCase(std::string& text) {
     for (char& letter : text) {
         if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
     }
@@ -125,14 +123,14 @@ NumberParts unsignedParts(std::uint64_t value, const NumberStyle& style) {
     if (style.alternate && value != 0 && style.conversion == 'x') parts.prefix = "0x";
     if (style.conversion == 'X') {
         if (style.alternate && value != 0) parts.prefix = "0X";
-        raise(parts.digits);
+        makeUpperCase(parts.digits);
     }
     return parts;
 }
 
 NumberParts doubleParts(double value, const NumberStyle& style) {
     NumberParts parts;
-    const char conversion = lowered(style.conversion);
+    const char conversion = lowerCase(style.conversion);
     parts.prefix = signOf(std::signbit(value) && !std::isnan(value), style);
     if (std::isfinite(value)) {
         parts.digits = finiteDigits(std::fabs(value), conversion, style);
@@ -143,8 +141,8 @@ NumberParts doubleParts(double value, const NumberStyle& style) {
         parts.mayBeZeroPadded = false;
     }
     if (isUpperCase(style.conversion)) {
-        raise(parts.prefix);
-        raise(parts.digits);
+        makeUpperCase(parts.prefix);
+        makeUpperCase(parts.digits);
     }
     return parts;
 }

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "Platform/Values/Text.h"
+
 namespace quillmore::platform {
 
 namespace {
@@ -17,11 +19,6 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 7> kNamesOfO
      {"spanish", "es"},
      {"dutch", "nl"},
      {"japanese", "ja"}}};
-
-char lowerCase(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
-                                                : character;
-}
 
 void appendOnce(std::vector<std::string>& names, const std::string& name) {
     if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
@@ -61,8 +58,7 @@ std::vector<std::string> languagesInList(std::string_view list) {
 }  // namespace
 
 std::string canonicalLanguage(std::string_view language) {
-    std::string canonical(language);
-    std::transform(canonical.begin(), canonical.end(), canonical.begin(), lowerCase);
+    std::string canonical = lowerCase(language);
     std::replace(canonical.begin(), canonical.end(), '_', '-');
     for (const auto& [name, code] : kNamesOfOlderBundles) {
         if (canonical == name) return std::string(code);

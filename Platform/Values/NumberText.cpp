@@ -31,11 +31,6 @@ bool isTooSmall(std::string_view text) {
 
 }  // namespace
 
-std::string_view trimmed(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
-    return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
-}
-
 std::string textFromDouble(double value) {
     if (std::isnan(value)) return "nan";
     std::array<char, 40> buffer;

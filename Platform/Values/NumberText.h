@@ -7,11 +7,6 @@
 
 namespace quillmore::platform {
 
-/// What separates words in the text forms of values.
-inline constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-
-/// The text without white space at either end.
-std::string_view trimmed(std::string_view text);
 /// The shortest of the `%g` forms with 15 to 17 digits that reads back as the same number; "inf",
 /// "-inf", "nan".
 std::string textFromDouble(double value);

@@ -6,6 +6,7 @@
 
 #include "Platform/Values/DateText.h"
 #include "Platform/Values/NumberText.h"
+#include "Platform/Values/Text.h"
 
 namespace quillmore::platform {
 

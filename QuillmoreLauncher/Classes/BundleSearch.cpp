@@ -9,6 +9,7 @@
 #include "Common/utils/Logging.h"
 #include "Common/utils/PropertyLists.h"
 #include "Platform/Files/Paths.h"
+#include "Platform/Values/Text.h"
 
 namespace quillmore {
 
@@ -17,10 +18,7 @@ namespace {
 constexpr std::string_view kExtension = ".app";
 
 bool equalIgnoringCase(char a, char b) {
-    const auto lowered = [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    };
-    return lowered(a) == lowered(b);
+    return platform::lowerCase(a) == platform::lowerCase(b);
 }
 
 class Search {
@@ -29,8 +27,10 @@ public:
 
     void lookInto(const std::string& folder) {
         const auto identity = files_.identity(folder);
-        if (!identity || std::find(way_.begin(), way_.end(), *identity) != way_.end()) return;
-        if (way_.size() == kMaximumSearchDepth || searched_ == kMaximumSearchedFolders ||
+        if (!identity ||
+            std::find(foldersAbove_.begin(), foldersAbove_.end(), *identity) != foldersAbove_.end())
+            return;
+        if (foldersAbove_.size() == kMaximumSearchDepth || searched_ == kMaximumSearchedFolders ||
             visits_[*identity] == kMaximumVisits) {
             logCut(folder);
             return;
@@ -39,10 +39,10 @@ public:
         ++visits_[*identity];
         const auto names = files_.contentsOfDirectory(folder);
         if (!names) return;
-        way_.push_back(*identity);
+        foldersAbove_.push_back(*identity);
         for (const std::string& name : *names)
             lookAt(name, platform::pathByAppending(folder, name));
-        way_.pop_back();
+        foldersAbove_.pop_back();
     }
 
     std::vector<std::string> found;
@@ -69,7 +69,7 @@ private:
     platform::FileManager& files_ = __QMCurrentThreadFileManager();
     const std::string& identifier_;
     using Identity = std::pair<std::uint64_t, std::uint64_t>;
-    std::vector<Identity> way_;  ///< Folders down to this one.
+    std::vector<Identity> foldersAbove_;  ///< From the top down to this one.
     std::map<Identity, int> visits_;
     int searched_ = 0;
     bool cut_ = false;

@@ -6,12 +6,12 @@
 
 #include "Common/utils/Logging.h"
 #include "Common/utils/PropertyLists.h"
-#include "Common/utils/Text.h"
 #include "Platform/Files/FileManager.h"
 #include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
 #include "Platform/Ports/SystemInformation.h"
 #include "Platform/Processes/Task.h"
+#include "Platform/Values/Text.h"
 #include "QuillmoreLauncher/Classes/ToolBanner.h"
 
 namespace quillmore {
@@ -70,7 +70,7 @@ bool logUpdateTest(const RequiredItem& item, const std::optional<std::string>& i
 
 std::optional<Version> parseVersionString(const std::optional<std::string>& string) {
     if (!string) return std::nullopt;
-    const auto parts = componentsSeparatedBy(*string, '.');
+    const auto parts = platform::componentsSeparatedBy(*string, '.');
     if (parts.size() != 3) return std::nullopt;
     return Version{platform::int32FromText(parts[0]), platform::int32FromText(parts[1]),
                    platform::int32FromText(parts[2])};

@@ -1,6 +1,19 @@
-#include "Common/utils/Text.h"
+#include "Platform/Values/Text.h"
 
-namespace quillmore {
+#include <algorithm>
+
+namespace quillmore::platform {
+
+std::string_view trimmed(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+    return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string lowered(text);
+    for (char& character : lowered) character = lowerCase(character);
+    return lowered;
+}
 
 std::string stringByReplacing(std::string_view text, std::string_view target,
                               std::string_view replacement) {
@@ -29,4 +42,4 @@ std::vector<std::string_view> componentsSeparatedBy(std::string_view text, char 
     return components;
 }
 
-}  // namespace quillmore
+}  // namespace quillmore::platform
