@@ -25,13 +25,8 @@ std::optional<std::size_t> readUpTo(int file, void* bytes, std::size_t size) {
 }
 
 void writeAll(int file, const void* bytes, std::size_t size, const std::string& path) {
-    const char* start = static_cast<const char*>(bytes);
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t count = ::write(file, start + done, size - done);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(path));
-        done += static_cast<std::size_t>(count);
-    }
+    errno = platform::writeAll(file, {static_cast<const char*>(bytes), size});
+    if (errno != 0) failWithSystemError(EX_CANTCREAT, "cannot write " + quoted(path));
 }
 
 void finishFile(const Context& context, int file, mode_t mode, const std::string& path) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <string_view>
 
+#include "Platform/Values/Text.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -159,10 +160,7 @@ void requireUnreservedName(const std::string& name) {
 }
 
 std::string folded(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return name;
+    return platform::lowerCase(name);
 }
 
 FileDescriptor openFolder(int parent, const std::string& name) {
