@@ -6,6 +6,7 @@
 #include "Common/utils/Logging.h"
 #include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
+#include "Platform/Values/Text.h"
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 
 namespace quillmore {
@@ -16,13 +17,8 @@ constexpr const char* kInstallerLog = "/tmp/.macfuse-install.log";
 constexpr const char* kInstallerLogFolder = "~/Library/Logs/Quillmore/MacFUSE";
 constexpr const char* kInstallerLogName = "macfuse-install.log";
 
-char lowered(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool namesMacFUSE(std::string path) {
-    for (char& c : path) c = lowered(c);
-    return path.find("macfuse") != std::string::npos;
+bool namesMacFUSE(const std::string& path) {
+    return platform::lowerCase(path).find("macfuse") != std::string::npos;
 }
 
 /// The installer writes its log where the next restart would remove it.
