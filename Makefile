@@ -61,6 +61,7 @@ fuzz: setup
 lint:
 	@Packaging/setup --lint
 	@lint/layers
+	@lint/functions
 	@lint/format-check
 	@lint/named-files
 	@$(call configure,dev)

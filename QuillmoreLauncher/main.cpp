@@ -13,6 +13,7 @@
 #include "Platform/Interface/DeferredUserInterface.h"
 #include "Platform/Interface/UserInterfaceModule.h"
 #include "Platform/Ports/Services.h"
+#include "Platform/Processes/Executable.h"
 #include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Processes/StandardStreams.h"
 #include "Platform/Processes/TerminationSignals.h"

@@ -1,7 +1,7 @@
 #include "Platform/Formats/PropertyList.h"
 
 #include "Platform/Files/FileManager.h"
-#include "Platform/Formats/PropertyListFormats.h"
+#include "Platform/Formats/PropertyList+Formats.h"
 
 namespace quillmore::platform {
 

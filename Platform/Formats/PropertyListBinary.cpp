@@ -4,9 +4,9 @@
 #include <optional>
 #include <vector>
 
+#include "Platform/Formats/PropertyList+Formats.h"
 #include "Platform/Formats/PropertyList.h"
 #include "Platform/Formats/PropertyListBinaryTable.h"
-#include "Platform/Formats/PropertyListFormats.h"
 #include "Platform/Values/TextEncoding.h"
 
 namespace quillmore::platform {

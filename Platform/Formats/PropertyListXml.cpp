@@ -4,8 +4,8 @@
 #include <optional>
 #include <pugixml.hpp>
 
+#include "Platform/Formats/PropertyList+Formats.h"
 #include "Platform/Formats/PropertyList.h"
-#include "Platform/Formats/PropertyListFormats.h"
 #include "Platform/Values/Base64.h"
 #include "Platform/Values/DateText.h"
 #include "Platform/Values/NumberText.h"

@@ -1,4 +1,4 @@
-#include "Platform/Ports/Services.h"
+#include "Platform/Processes/Executable.h"
 
 #include <mach-o/dyld.h>
 

@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,8 +71,5 @@ public:
 };
 
 std::unique_ptr<SystemServices> makeSystemServices(const SystemServicesOptions& options);
-
-/// The path of this process's executable file; nothing when the system does not tell.
-std::optional<std::string> executablePathOfThisProcess();
 
 }  // namespace quillmore::platform

@@ -9,8 +9,8 @@
 #include "Platform/Files/FileManager.h"
 #include "Platform/Files/Paths.h"
 #include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/Ports/Services.h"
 #include "Platform/Processes/Environment.h"
+#include "Platform/Processes/Executable.h"
 #include "Platform/Processes/ProcessSpawner.h"
 
 using namespace quillmore;

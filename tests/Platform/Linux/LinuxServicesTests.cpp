@@ -1,4 +1,5 @@
 #include "Platform/Ports/Services.h"
+#include "Platform/Processes/Executable.h"
 #include "tests/fakes/TestServices.h"
 
 namespace quillmore::tests {
