@@ -36,6 +36,17 @@ RsaVerification verify(std::span<const std::uint8_t> signature, const RsaKey& ke
     return {valid == 1 ? Result::valid : Result::invalid, ERR_get_error()};
 }
 
+std::optional<std::vector<std::uint8_t>> sign(const RsaKey& key, const Digest& digest) {
+    std::vector<std::uint8_t> signature(static_cast<std::size_t>(RSA_size(key.get())));
+    unsigned int length = 0;
+    const int done = RSA_sign(libraryKindOf(digest), digest.bytes.data(),
+                              static_cast<unsigned int>(digest.bytes.size()), signature.data(),
+                              &length, key.get());
+    if (done != 1 || length == 0) return std::nullopt;
+    signature.resize(length);
+    return signature;
+}
+
 bool isTooLong(std::span<const std::uint8_t> signature) {
     return signature.size() > std::numeric_limits<std::int32_t>::max();
 }
@@ -46,16 +57,14 @@ std::optional<std::vector<std::uint8_t>> rsaSignature(const std::string& private
                                                       SignedParts data, DigestKind kind) {
     const RsaKey key = readRsaPrivateKey(privateKey);
     if (key == nullptr) return std::nullopt;
+    return sign(key, digestOf(kind, data));
+}
 
-    const Digest digest = digestOf(kind, data);
-    std::vector<std::uint8_t> signature(static_cast<std::size_t>(RSA_size(key.get())));
-    unsigned int length = 0;
-    const int done = RSA_sign(libraryKindOf(digest), digest.bytes.data(),
-                              static_cast<unsigned int>(digest.bytes.size()), signature.data(),
-                              &length, key.get());
-    if (done != 1 || length == 0) return std::nullopt;
-    signature.resize(length);
-    return signature;
+std::optional<std::vector<std::uint8_t>> rsaSignature(const std::string& privateKey,
+                                                      const Digest& digest) {
+    const RsaKey key = readRsaPrivateKey(privateKey);
+    if (key == nullptr) return std::nullopt;
+    return sign(key, digest);
 }
 
 RsaVerification verifyRsaSignature(std::span<const std::uint8_t> signature,

@@ -16,6 +16,9 @@ namespace quillmore {
 std::optional<std::vector<std::uint8_t>> rsaSignature(const std::string& privateKey,
                                                       SignedParts data,
                                                       DigestKind kind = DigestKind::sha1);
+/// The same for data that was digested before.
+std::optional<std::vector<std::uint8_t>> rsaSignature(const std::string& privateKey,
+                                                      const Digest& digest);
 
 struct RsaVerification {
     enum class Result { valid, invalid, unusableKey };
