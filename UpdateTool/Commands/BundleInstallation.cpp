@@ -1,10 +1,9 @@
 #include "UpdateTool/Commands/BundleInstallation.h"
 
-#include <algorithm>
-
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
+#include "UpdateTool/Commands/SignedNames.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Staging.h"
@@ -18,15 +17,6 @@
 namespace quillmore::updatetool {
 
 namespace {
-
-SplitPath requireInstallPath(const std::string& path, const Target& target) {
-    SplitPath split = splitPath(path);
-    if (std::count(target.folders.begin(), target.folders.end(), split.folder) == 0)
-        fail(EX_USAGE, "nothing may be installed at " + quoted(path));
-    requirePlainName(split.name);
-    requireUnreservedName(split.name);
-    return split;
-}
 
 void installBundle(const Context& context, const std::string& command, const Arguments& arguments) {
     const Target& target = targetOf(command);
@@ -69,8 +59,7 @@ void repairZipItem(const Context& context, const Arguments& arguments) {
 }
 
 void applyFullUpdate(const Context& context, const Arguments& arguments) {
-    if (!arguments[2].ends_with(".app"))
-        fail(EX_USAGE, quoted(arguments[2]) + " is not an application");
+    requireApplicationsPath(arguments[2]);
     installBundle(context, "applyfullupdate", arguments);
 }
 

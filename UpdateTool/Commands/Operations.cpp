@@ -8,6 +8,7 @@
 #include "UpdateTool/Commands/CallerPermissions.h"
 #include "UpdateTool/Commands/PackageInstallation.h"
 #include "UpdateTool/Commands/Permissions.h"
+#include "UpdateTool/Commands/SignedNames.h"
 #include "UpdateTool/Commands/ToolInstallation.h"
 #include "UpdateTool/Ground/Failure.h"
 
@@ -19,39 +20,40 @@ constexpr std::size_t kLongestQuotedArgument = 512;
 
 // The whole reach of the tool. Targets.cpp has the folders and modes.
 constexpr Operation kOperations[] = {
-    {"repair", 1, "SIGNATURE", Who::administrator, repair,  //
+    {"repair", 1, "SIGNATURE", Who::administrator, repair, requireUpdateToolsName,
      "updateqm in the product folder",
      "an administrator's, and installs only the running program, signed as updateqm"},
-    {"repairpermissions", 0, "", Who::administrator, repairPermissions,
+    {"repairpermissions", 0, "", Who::administrator, repairPermissions, nullptr,
      "owner and mode of updateqm in the product folder",
      "the file is one that root alone could write, or the very one an administrator runs as root"},
-    {"repaircore", 1, "PATH", Who::anyone, repairCore,
+    {"repaircore", 1, "PATH", Who::anyone, repairCore, nullptr,
      "mode of a folder NAMECore.app: the caller's, or one inside an application in /Applications",
      "the caller's with the caller's rights; else a fixed mode where root alone could put it"},
-    {"repairother", 2, "PACKAGE SIGNATURE", Who::anyone, repairOther,
+    {"repairother", 2, "PACKAGE SIGNATURE", Who::anyone, repairOther, requireOrdinaryToolsName,
      "one tool in the product folder, by the package's name",
      "signed for that name without privilege, and not older than what is there"},
-    {"repairpermissionsother", 1, "NAME", Who::anyone, repairPermissionsOther,
+    {"repairpermissionsother", 1, "NAME", Who::anyone, repairPermissionsOther, nullptr,
      "owner and mode of one tool in the product folder",
      "takes privileges away and never gives any; root tools and updateqm are left alone"},
-    {"repairpackage", 1, "PACKAGE", Who::anyone, repairPackage,
+    {"repairpackage", 1, "PACKAGE", Who::anyone, repairPackage, requireNoName,
      "one bundle in /Library/Filesystems or /Library/Frameworks",
      "signed as such a package, not older than what is there, no set-user-ID bit in it"},
     {"repairotherroot", 2, "PACKAGE SIGNATURE", Who::anyone, repairOtherRoot,
+     requireOrdinaryToolsName,
      "one set-user-ID tool in the product folder, by the package's name, and its receipt",
      "signed for that name with the bit, and not older: the distributor answers for what it does"},
-    {"repairpermissionsotherroot", 1, "NAME", Who::anyone, repairPermissionsOtherRoot,
+    {"repairpermissionsotherroot", 1, "NAME", Who::anyone, repairPermissionsOtherRoot, nullptr,
      "owner and mode of one tool in the product folder",
      "the bit goes back only where a signature once gave it and root alone could write since"},
     {"repairzipitem", 3, "ARCHIVE SIGNATURE INSTALLPATH", Who::anyone, repairZipItem,
-     "one bundle in one of three folders",
+     requireZipItemsPath, "one bundle in one of three folders",
      "signed for that very path, and not older than what is there"},
-    {"repairintel10_5", 2, "ARCHIVE SIGNATURE", Who::anyone, repairIntelFixes,
+    {"repairintel10_5", 2, "ARCHIVE SIGNATURE", Who::anyone, repairIntelFixes, requireFixesName,
      "Fixes10_5 in the product folder", "signed as the fixes, none older than what is there"},
     {"applyfullupdate", 3, "ARCHIVE SIGNATURE INSTALLPATH", Who::anyone, applyFullUpdate,
-     "one application in /Applications",
+     requireApplicationsPath, "one application in /Applications",
      "signed for that very path, and not older than what is there"},
-    {"fixmonokeypairs", 1, "PATH", Who::anyone, fixMonoKeypairs,
+    {"fixmonokeypairs", 1, "PATH", Who::anyone, fixMonoKeypairs, nullptr,
      "modes of the caller's own key pairs", "gives root up for good before it looks at anything"},
 };
 
@@ -116,6 +118,14 @@ void runChecked(const Context& context, const Arguments& commandLine) {
 
 std::span<const Operation> operations() {
     return kOperations;
+}
+
+void requireSignable(const Purpose& purpose) {
+    const Operation* row = operationOf({purpose.command});
+    if (row == nullptr) fail(EX_USAGE, "unknown command " + quoted(purpose.command));
+    if (row->requireSignedName == nullptr)
+        fail(EX_USAGE, quoted(purpose.command) + " takes no package: nothing is signed for it");
+    row->requireSignedName(purpose.name);
 }
 
 int runCommand(const Context& context, const Arguments& commandLine, std::ostream& errors) {

@@ -2,6 +2,7 @@
 
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
+#include "UpdateTool/Commands/SignedNames.h"
 #include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
@@ -29,8 +30,7 @@ void installTool(const Context& context, const Bytes& bytes, const Purpose& purp
 /// The name that a package is installed under: its own, but none that belongs to another command.
 std::string toolNameOf(const std::string& packagePath) {
     const std::string name = splitPath(packagePath).name;
-    requireToolName(name);
-    requireUnreservedName(name);
+    requireOrdinaryToolsName(name);
     return name;
 }
 
