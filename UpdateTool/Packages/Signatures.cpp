@@ -25,21 +25,32 @@ void requireBuiltInKey(const std::string& publicKey) {
                             std::to_string(kShortestSafeKey));
 }
 
-const SignatureFile* findMismatch(const Signatures& signatures, const std::string& publicKey,
-                                  const Purpose& purpose, const GivePieces& give) {
-    const auto bits = static_cast<std::size_t>(bitsOf(readRsaPublicKey(publicKey)));
+std::vector<Digest> digestsOf(const std::vector<DigestKind>& kinds, const Purpose& purpose,
+                              const GivePieces& give) {
     const std::string label = packageLabel(purpose.command, purpose.name);
     std::vector<DigestMaker> makers;
-    for (const SignatureFile& signature : signatures) {
-        if (signature.bytes.size() != (bits + 7) / 8) return &signature;
-        makers.emplace_back(signature.kind).add(bytesOf(label));
-    }
+    for (const DigestKind kind : kinds) makers.emplace_back(kind).add(bytesOf(label));
     give([&](std::span<const std::uint8_t> piece) {
         for (DigestMaker& maker : makers) maker.add(piece);
     });
+    std::vector<Digest> digests;
+    digests.reserve(makers.size());
+    for (DigestMaker& maker : makers) digests.push_back(maker.finish());
+    return digests;
+}
+
+const SignatureFile* findMismatch(const Signatures& signatures, const std::string& publicKey,
+                                  const Purpose& purpose, const GivePieces& give) {
+    const auto bits = static_cast<std::size_t>(bitsOf(readRsaPublicKey(publicKey)));
+    std::vector<DigestKind> kinds;
+    for (const SignatureFile& signature : signatures) {
+        if (signature.bytes.size() != (bits + 7) / 8) return &signature;
+        kinds.push_back(signature.kind);
+    }
+    const std::vector<Digest> digests = digestsOf(kinds, purpose, give);
     for (std::size_t index = 0; index < signatures.size(); ++index) {
         const auto verification =
-            verifyRsaSignature(signatures[index].bytes, publicKey, makers[index].finish());
+            verifyRsaSignature(signatures[index].bytes, publicKey, digests[index]);
         if (verification.result != RsaVerification::Result::valid) return &signatures[index];
     }
     return nullptr;

@@ -34,6 +34,10 @@ void requireBuiltInKey(const std::string& publicKey);
 using GivePieces =
     std::function<void(const std::function<void(std::span<const std::uint8_t>)>& take)>;
 
+/// The digests of the purpose's label and the bytes after it, one a kind.
+std::vector<Digest> digestsOf(const std::vector<DigestKind>& kinds, const Purpose& purpose,
+                              const GivePieces& give);
+
 /// The first signature that is not the key's for this purpose and these bytes; null when all are.
 /// Bytes are asked for only when each could be the key's by its length. The key must be usable.
 const SignatureFile* findMismatch(const Signatures& signatures, const std::string& publicKey,

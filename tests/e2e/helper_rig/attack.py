@@ -54,10 +54,11 @@ class AttackTest(SandboxedTest):
         assert stat.S_IMODE(os.lstat(TOOL).st_mode) == 0o4755
 
     def sign(self, path, *purpose, key=KEY, signature=None):
-        """PATH.sig, the user's like the package. Two files that nothing tells from a real pair."""
+        """PATH.sig and PATH.sig256, the user's like the package: nothing tells them from real ones."""
         signature = signature or f"{path}.sig"
         subprocess.run([SIGNPACKAGE, key, path, signature, *purpose], check=True)
-        os.chown(signature, USER, USER)
+        for made in (signature, f"{signature}256"):
+            os.chown(made, USER, USER)
         return signature
 
     # What the user does.
