@@ -4,11 +4,12 @@ tricked: even then nothing lands elsewhere."""
 import os
 import pathlib
 import re
+import socket
 import stat
 import struct
 import subprocess
 
-from attack import AttackTest, HOME, KEY, MENU_ITEMS, PRODUCT, main
+from attack import AttackTest, HOME, KEY, MENU_ITEMS, PRODUCT, TOOL, main
 from packages import INFO, cpio, file_system, information, plug_in, xar, xar_of, zipped
 
 PLACE = f"{MENU_ITEMS}/A.plugin"
@@ -114,16 +115,148 @@ class Signatures(AttackTest):
         self.expect_signature_refused(command("openssl", "dgst", "-sha1", "-sign", KEY, input=plain))
 
     def test_signature_of_another_key_installs_nothing(self):
+        package = b"Quillmore package 1\nrepairother\ntool\n" + pathlib.Path(f"{HOME}/tool").read_bytes()
         for number, size in enumerate(("2048", "1024")):
             key = f"/root/{number}.pem"
             command("openssl", "genrsa", "-traditional", "-out", key, size)
             self.before = self.state()
-            self.sign(f"{HOME}/tool", "repairother", "tool", key=key)
+            self.expect_signature_refused(command("openssl", "dgst", "-sha1", "-sign", key, input=package))
+            self.write(f"{HOME}/tool.sig256", command("openssl", "dgst", "-sha256", "-sign", key, input=package))
             self.expect_refused(*self.install, because="does not match")
+
+    def test_package_that_changes_between_its_two_readings_is_never_installed_changed(self):
+        """It is digested in pieces first; what counts is what is in memory afterwards."""
+        content = b"#!/bin/sh\n" + b"x" * (8 << 20)
+        self.write(f"{HOME}/tool", content)
+        self.sign(f"{HOME}/tool", "repairother", "tool")
+        last = len(content) - 1
+        descriptor = os.open(f"{HOME}/tool", os.O_RDWR)
+        self.addCleanup(os.close, descriptor)
+
+        def swap():
+            os.pwrite(descriptor, b"y", last)
+            os.pwrite(descriptor, b"x", last)
+        self.fork_as_user(swap)
+        for _ in range(60):
+            finished = self.tool(*self.install)
+            self.assertIn(finished.returncode, [0, 65], finished.stderr)
+            if finished.returncode == 0:
+                self.assertTrue(pathlib.Path(f"{PRODUCT}/tool").read_bytes() == content)
+                os.unlink(f"{PRODUCT}/tool")
+            self.expect_unchanged()
 
     def test_update_tool_in_other_hands_installs_nothing(self):
         self.expect_refused("repair", f"{HOME}/tool.sig", status=[77])
         self.expect_refused("repairpermissions", status=[77])
+
+
+class SecondSignatures(AttackTest):
+    """The signature over SHA-256 that lies beside the first: it can be taken away and nothing else."""
+    second = f"{HOME}/tool.sig256"
+
+    def setUp(self):
+        super().setUp()
+        self.good = pathlib.Path(self.second).read_bytes()
+
+    def expect_second_refused(self, content, because="does not match"):
+        self.write(self.second, content)
+        self.expect_refused(*self.install, status=[65], because=because)
+
+    def test_wrong_truncated_padded_and_empty_ones_install_nothing(self):
+        first = pathlib.Path(f"{HOME}/tool.sig").read_bytes()
+        for content in (first, self.good[:-1], self.good[1:], self.good + b"\0", b"\0" + self.good, bytes(256),
+                        b"\xff" * 256, b"\0"):
+            self.expect_second_refused(content)
+        for at in range(0, 256, 16):
+            self.expect_second_refused(self.good[:at] + bytes([self.good[at] ^ 1]) + self.good[at + 1:])
+        self.expect_second_refused(b"", "is empty")
+
+    def test_one_for_another_label_or_package_installs_nothing(self):
+        for purpose in (("repairotherroot", "tool"), ("repairother", "other")):
+            self.sign(f"{HOME}/tool", *purpose, signature=f"{HOME}/x.sig")
+            self.expect_second_refused(pathlib.Path(f"{HOME}/x.sig256").read_bytes())
+        self.write(f"{HOME}/other", "other")
+        self.sign(f"{HOME}/other", "repairother", "tool")
+        self.expect_second_refused(pathlib.Path(f"{HOME}/other.sig256").read_bytes())
+
+    def test_one_does_not_stand_for_the_first(self):
+        self.write(f"{HOME}/tool.sig", self.good)
+        self.expect_refused(*self.install, status=[65], because="does not match")
+        os.unlink(f"{HOME}/tool.sig")
+        self.expect_refused(*self.install, status=[66])
+
+    def test_links_are_not_followed_nor_passed_over(self):
+        kept = f"{HOME}/kept"
+        os.rename(self.second, kept)
+        for target in (kept, "kept", "/root/updateqm.sig256", "nowhere", self.second):
+            os.symlink(target, self.second)
+            self.expect_refused(*self.install, status=[66], because="is a link")
+            os.unlink(self.second)
+        os.link(kept, self.second)
+        self.expect_refused(*self.install, status=[66], because="has a second name")
+
+    def test_pipes_folders_and_devices_are_neither_waited_for_nor_passed_over(self):
+        os.unlink(self.second)
+        os.mkfifo(self.second, 0o666)
+        self.expect_refused(*self.install, status=[66], because="is not a regular file")
+        os.unlink(self.second)
+        self.folder(self.second)
+        self.expect_refused(*self.install, status=[66], because="is not a regular file")
+        os.rmdir(self.second)
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(self.second)
+            self.expect_refused(*self.install, status=[66])
+
+    def test_one_that_the_user_cannot_read_is_not_read_with_more_rights_nor_passed_over(self):
+        self.write(self.second, self.good, mode=0o000)
+        self.expect_refused(*self.install, status=[66], because="cannot open")
+        os.chown(self.second, 0, 0)
+        os.chmod(self.second, 0o600)
+        self.expect_refused(*self.install, status=[66], because="cannot open")
+
+    def test_huge_ones_are_refused_unread(self):
+        for size in (16385, 1 << 40):
+            self.write(self.second, b"")
+            os.truncate(self.second, size)
+            self.expect_refused(*self.install, status=[65], because="is too large")
+
+    def test_one_that_comes_goes_and_changes_meanwhile_installs_the_signed_tool_or_nothing(self):
+        def swap():
+            for content in (self.good, b"x" * 256, self.good[:100]):
+                pathlib.Path(f"{HOME}/next").write_bytes(content)
+                os.rename(f"{HOME}/next", self.second)
+                os.unlink(self.second)
+        content = pathlib.Path(f"{HOME}/tool").read_text(encoding="utf-8")
+        self.fork_as_user(swap)
+        for _ in range(200):
+            finished = self.tool(*self.install)
+            if finished.returncode == 0:
+                self.expect_installed(finished, content)
+                os.unlink(f"{PRODUCT}/tool")
+            else:
+                self.assertIn(finished.returncode, [65, 66, 74], finished.stderr)
+                self.expect_unchanged()
+
+
+class Load(AttackTest):
+    def memory_of(self, *arguments):
+        """The most that the tool held, in bytes, and its status."""
+        started = self.start_as_user(TOOL, *arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        _, status, usage = os.wait4(started.pid, 0)
+        started.returncode = os.waitstatus_to_exitcode(status)
+        return usage.ru_maxrss * 1024, started.returncode
+
+    def test_file_that_nobody_signed_is_never_held(self):
+        signatures = {name: pathlib.Path(f"{HOME}/tool.{name}").read_bytes() for name in ("sig", "sig256")}
+        self.write(f"{HOME}/tool", b"")
+        os.truncate(f"{HOME}/tool", 1 << 30)
+        for change in (lambda: None, lambda: self.write(f"{HOME}/tool.sig", signatures["sig"][:-1]),
+                       lambda: os.unlink(f"{HOME}/tool.sig")):
+            change()
+            held, status = self.memory_of(*self.install)
+            self.assertIn(status, [65, 66])
+            self.assertLess(held, 64 << 20)
+            self.expect_unchanged()
 
 
 class Versions(AttackTest):
