@@ -129,7 +129,7 @@ TEST_F(PackageSigning, KeysThatCannotSignAreNamedWithARemedy) {
     expectNotSigned(EX_DATAERR, "/key\" has a pass phrase: give a copy without one");
     makeFile("/key", testKeys().ellipticPrivateKey);
     expectNotSigned(EX_DATAERR, "/key\" is no RSA key: make one with \"openssl genrsa\"");
-    makeFile("/key", testKeys().pssPrivateKey);
+    makeFile("/key", pssPair().privateKey);
     expectNotSigned(EX_DATAERR, "/key\" is no RSA key");
     makeFile("/key", testKeys().publicKey);
     expectNotSigned(EX_DATAERR, "/key\" is a public key: give the private one");
@@ -218,7 +218,7 @@ TEST_F(PackageSigning, VerifyingAsksForEitherSignature) {
 TEST_F(PackageSigning, VerifyingNamesWhatIsNoPublicKey) {
     ASSERT_EQ(sign(), EX_OK) << errors;
     for (const std::string& key : {testKeys().privateKey, testKeys().ellipticPublicKey,
-                                   testKeys().rsaOnlyPublicKey, testKeys().pssPublicKey}) {
+                                   testKeys().rsaOnlyPublicKey, pssPair().publicKey}) {
         makeFile("/public", key);
         expectRefused(verify(), EX_DATAERR, "/public\" is no RSA public key in PEM text");
     }

@@ -64,7 +64,7 @@ TEST_F(RsaSignatures, WhatIsNoPrivateKeyIsNamed) {
     EXPECT_EQ(examinePrivateKey(keys.publicKey), PrivateKeyText::publicKey);
     EXPECT_EQ(examinePrivateKey(keys.rsaOnlyPublicKey), PrivateKeyText::publicKey);
     EXPECT_EQ(examinePrivateKey(keys.ellipticPrivateKey), PrivateKeyText::otherKind);
-    EXPECT_EQ(examinePrivateKey(keys.pssPrivateKey), PrivateKeyText::otherKind);
+    EXPECT_EQ(examinePrivateKey(pssPair().privateKey), PrivateKeyText::otherKind);
     for (const std::string& other : {std::string(), std::string("no key"),
                                      keys.privateKey.substr(0, keys.privateKey.size() / 2)})
         EXPECT_EQ(examinePrivateKey(other), PrivateKeyText::noKey);

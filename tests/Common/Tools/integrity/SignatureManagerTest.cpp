@@ -141,10 +141,10 @@ TEST_F(Signatures, DamagedPublicKeyIsNotReplacedByALaterOne) {
                 << damaged << later;
 }
 TEST_F(Signatures, KeyForPssSignaturesOnlyIsNoRsaKey) {
-    const auto made = manager.generateSignature(keys.pssPrivateKey, bytesOf(package));
+    const auto made = manager.generateSignature(pssPair().privateKey, bytesOf(package));
     EXPECT_FALSE(made);
     const std::string log = logOf([&] {
-        EXPECT_FALSE(manager.verifySignature(signature, keys.pssPublicKey, bytesOf(package)));
+        EXPECT_FALSE(manager.verifySignature(signature, pssPair().publicKey, bytesOf(package)));
     });
     EXPECT_EQ(log, "");
 }

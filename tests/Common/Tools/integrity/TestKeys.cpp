@@ -34,10 +34,20 @@ EVP_PKEY* makePssKey() {
     return key;
 }
 
+/// And frees the key.
+RsaPair textsOf(EVP_PKEY* pair) {
+    RsaPair texts;
+    texts.privateKey = pem([&](BIO* stream) {
+        return PEM_write_bio_PrivateKey(stream, pair, nullptr, nullptr, 0, nullptr, nullptr);
+    });
+    texts.publicKey = pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, pair); });
+    EVP_PKEY_free(pair);
+    return texts;
+}
+
 TestKeys makeKeys() {
     EVP_PKEY* pair = EVP_RSA_gen(2048);
     EVP_PKEY* elliptic = EVP_EC_gen("P-256");
-    EVP_PKEY* pss = makePssKey();
     RSA* rsa = EVP_PKEY_get1_RSA(pair);
     unsigned char phrase[] = "open sesame";
     TestKeys keys;
@@ -56,12 +66,7 @@ TestKeys makeKeys() {
     keys.ellipticPrivateKey = pem([&](BIO* stream) {
         return PEM_write_bio_PrivateKey(stream, elliptic, nullptr, nullptr, 0, nullptr, nullptr);
     });
-    keys.pssPrivateKey = pem([&](BIO* stream) {
-        return PEM_write_bio_PrivateKey(stream, pss, nullptr, nullptr, 0, nullptr, nullptr);
-    });
-    keys.pssPublicKey = pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, pss); });
     RSA_free(rsa);
-    EVP_PKEY_free(pss);
     EVP_PKEY_free(elliptic);
     EVP_PKEY_free(pair);
     return keys;
@@ -75,14 +80,12 @@ const TestKeys& testKeys() {
 }
 
 RsaPair makeRsaPair(unsigned int bits) {
-    EVP_PKEY* pair = EVP_RSA_gen(bits);
-    RsaPair texts;
-    texts.privateKey = pem([&](BIO* stream) {
-        return PEM_write_bio_PrivateKey(stream, pair, nullptr, nullptr, 0, nullptr, nullptr);
-    });
-    texts.publicKey = pem([&](BIO* stream) { return PEM_write_bio_PUBKEY(stream, pair); });
-    EVP_PKEY_free(pair);
-    return texts;
+    return textsOf(EVP_RSA_gen(bits));
+}
+
+const RsaPair& pssPair() {
+    static const RsaPair pair = textsOf(makePssKey());
+    return pair;
 }
 
 std::vector<std::uint8_t> signatureByTheLibrary(const std::string& privateKey,

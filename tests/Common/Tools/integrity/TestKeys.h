@@ -26,6 +26,8 @@ struct RsaPair {
     std::string publicKey;
 };
 RsaPair makeRsaPair(unsigned int bits);
+/// A pair for PSS signatures only, one for all tests of a process.
+const RsaPair& pssPair();
 
 /// What the library's own one-call interface makes of the data with PKCS #1 v1.5.
 std::vector<std::uint8_t> signatureByTheLibrary(const std::string& privateKey,
