@@ -19,7 +19,7 @@ protected:
     bool recycle(const std::string& path) const { return trash.recycle(disk.host(path)); }
 
     TemporaryFiles disk;
-    platform::Trash trash{disk.host("/home/.local/share/Trash"), ::geteuid()};
+    platform::LinuxTrash trash{disk.host("/home/.local/share/Trash"), ::geteuid()};
     const std::string files = "/home/.local/share/Trash/files";
     const std::string info = "/home/.local/share/Trash/info";
 };

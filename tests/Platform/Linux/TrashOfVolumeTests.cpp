@@ -19,7 +19,7 @@ protected:
         return true;
     }
     bool recycle() const {
-        return platform::Trash(disk.host("/home/Trash"), ::geteuid())
+        return platform::LinuxTrash(disk.host("/home/Trash"), ::geteuid())
             .recycle(disk.host("/volume/dir/Old.app"));
     }
     bool isUntouched() const { return disk.read("/volume/dir/Old.app/version") == "1"; }
@@ -148,7 +148,7 @@ TEST_F(TrashOfVolume, FolderMountedASecondTimeHasATrashOfItsOwn) {
 
 TEST_F(TrashOfVolume, MountPointIsNotRecycled) {
     EXPECT_WITH_OWN_MOUNTS([&] {
-        const platform::Trash trash(disk.host("/home/Trash"), ::geteuid());
+        const platform::LinuxTrash trash(disk.host("/home/Trash"), ::geteuid());
         return HOLDS(prepare()) && HOLDS(!trash.recycle(disk.host("/volume"))) &&
                HOLDS(isUntouched());
     });
@@ -156,7 +156,7 @@ TEST_F(TrashOfVolume, MountPointIsNotRecycled) {
 
 TEST_F(TrashOfVolume, WhatIsInItStays) {
     EXPECT_WITH_OWN_MOUNTS([&] {
-        const platform::Trash trash(disk.host("/home/Trash"), ::geteuid());
+        const platform::LinuxTrash trash(disk.host("/home/Trash"), ::geteuid());
         return HOLDS(prepare()) && HOLDS(recycle()) &&
                HOLDS(trash.recycle(disk.host(own() + "/files/Old.app"))) &&
                HOLDS(disk.read(own() + "/files/Old.app/version") == "1");

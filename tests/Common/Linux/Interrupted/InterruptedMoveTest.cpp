@@ -195,7 +195,7 @@ protected:
     }
     /// In the child an ordinary user has another number.
     bool recycle() const {
-        return platform::Trash(disk.host("/home/Trash"), ::geteuid()).recycle(item);
+        return platform::LinuxTrash(disk.host("/home/Trash"), ::geteuid()).recycle(item);
     }
     bool isWholeHereOrThere() const {
         return contentsOf(item) == whole || contentsOf(copy) == whole;
