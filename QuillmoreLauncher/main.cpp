@@ -46,8 +46,8 @@ int main(int argc, char** argv) {
     ProblemLog problems;
     // Only says who we are: what is wrong with its files, the bundle in the user's languages says.
     const platform::Bundle self(files, *bundlePath, {}, platform::ignoredProblems());
-    const auto system =
-        platform::makeSystemServices({files, *processes, self.plugInsPath(), problems});
+    const auto system = platform::makeSystemServices(
+        {files, *processes, self.plugInsPath(), self.helpersPath(), problems});
     // In force before the first file is read, so that its fault has a whole line in the log.
     platform::Services services;
     services.processName = platform::lastPathComponent(executable);

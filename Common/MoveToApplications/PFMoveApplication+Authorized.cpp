@@ -1,5 +1,6 @@
 // The move with administrator rights. Old copies are deleted outright here: the Trash is the
 // user's.
+#include "Common/BrandingManager.h"
 #include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/Tools/AdministratorRights.h"
 #include "Common/utils/Folders.h"
@@ -17,7 +18,8 @@ bool isBlank(const std::string& path) {
 MoveResult obtain(AdministratorRights& rights) {
     logVerbose("Asking for authorisation...");
     if (rights.create() != platform::kAuthorizationSuccess) return MoveResult::failed;
-    const platform::OSStatus answer = rights.ask();
+    const platform::OSStatus answer = rights.ask(platform::AuthorizationPurpose::moveToApplications,
+                                                 QMLocalizedString("QuillmoreLauncher_AskToMove"));
     if (answer == platform::kAuthorizationSuccess) return MoveResult::succeeded;
     logVerbose("Authorisation denied");
     return answer == platform::kAuthorizationCanceled ? MoveResult::cancelled : MoveResult::failed;

@@ -27,7 +27,10 @@ platform::OSStatus AdministratorRights::create() {
     return authorization_.create(reference_);
 }
 
-platform::OSStatus AdministratorRights::ask() {
+platform::OSStatus AdministratorRights::ask(platform::AuthorizationPurpose purpose,
+                                            const std::string& question) {
+    reference_->purpose = purpose;
+    reference_->question = question;
     return authorization_.copyRights(*reference_, {kAdministratorRight}, kAskForRights);
 }
 
@@ -53,7 +56,8 @@ std::optional<platform::ProcessEnd> AdministratorRights::run(
     platform::PrivilegedProcess started;
     if (start(path, arguments, started) != platform::kAuthorizationSuccess) return std::nullopt;
     try {
-        return platform::services().processes->wait(started.process);
+        return started.wait ? started.wait()
+                            : platform::services().processes->wait(started.process);
     } catch (const platform::Exception&) {
         return std::nullopt;
     }

@@ -23,8 +23,9 @@ public:
     // In this order; only a success leads on. Each answers the status of the authorization.
     /// Makes the reference, without any right yet. Nobody is asked.
     platform::OSStatus create();
-    /// Obtains the right to act as administrator; the user is asked for credentials if need be.
-    platform::OSStatus ask();
+    /// Obtains the right to act as administrator; the user is asked for credentials if need be, and
+    /// told the purpose, in these words of his language, where the system's question can.
+    platform::OSStatus ask(platform::AuthorizationPurpose purpose, const std::string& question);
     /// Starts a program as root and leaves it to itself: success says only that it was started.
     platform::OSStatus startUnattended(const std::string& path,
                                        const std::vector<std::string>& arguments);

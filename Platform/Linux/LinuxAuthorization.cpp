@@ -1,17 +1,16 @@
 #include "Platform/Linux/LinuxAuthorization.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <new>
+#include <optional>
 
 #include "Platform/Files/Paths.h"
+#include "Platform/Files/Pipe.h"
 #include "Platform/Interface/TerminalQuestion.h"
+#include "Platform/Linux/AdministratorProgram.h"
 #include "Platform/Linux/Polkit/PolkitModule.h"
 #include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Values/Exception.h"
@@ -20,49 +19,36 @@ namespace quillmore::platform {
 
 namespace {
 
-/// Our own action, when a distributor installed its policy file, asks for one password for the
-/// question and for pkexec; without it pkexec's general one is the next best.
-constexpr std::array<const char*, 3> kActions = {"com.quillmore.launcher.administer",
-                                                 "org.freedesktop.policykit.exec", nullptr};
-
 constexpr int kPkexecDismissed = 126;
-constexpr int kPkexecFailed = 127;
-constexpr std::size_t kCommandNameLength = 15;
 
-/// How a child ended, left in place for whoever waits for it; nothing while it runs.
-std::optional<ProcessEnd> peekEnd(pid_t process) {
-    siginfo_t information{};
-    int result = 0;
-    do {
-        result =
-            ::waitid(P_PID, static_cast<id_t>(process), &information, WEXITED | WNOHANG | WNOWAIT);
-    } while (result != 0 && errno == EINTR);
-    // Taken already (SIGCHLD ignored): how it ended cannot be known, so it did not end well.
-    if (result != 0) return ProcessEnd{false, kPkexecFailed};
-    if (information.si_pid == 0) return std::nullopt;
-    return ProcessEnd{information.si_code != CLD_EXITED, information.si_status};
+/// polkit's own question names the program and nothing else: its name has to say what it is for.
+/// All are the same program.
+const char* programNameFor(AuthorizationPurpose purpose) {
+    switch (purpose) {
+        case AuthorizationPurpose::installComponents:
+            return "quillmore-install-components";
+        case AuthorizationPurpose::moveToApplications:
+            return "quillmore-move-to-applications";
+        case AuthorizationPurpose::general:
+            break;
+    }
+    return "quillmore-administrator";
 }
 
-/// What pkexec's end says. Its own name at the end means that it never became the tool; where other
-/// users' processes are hidden the name is not known and the exit status has to tell.
-OSStatus statusOfEnd(const ProcessEnd& end, bool endedAsPkexec) {
-    if (!end.signalled && end.value == kPkexecDismissed) return kAuthorizationCanceled;
-    if (!end.signalled && end.value == kPkexecFailed) return kAuthorizationToolExecuteFailure;
-    return endedAsPkexec ? kAuthorizationToolExecuteFailure : kAuthorizationSuccess;
+/// pkexec has one status for all but a dismissal, and these words.
+bool says(const AdministratorProgram::Failure& failure, const char* words) {
+    return failure.text.find(words) != std::string::npos;
+}
+constexpr const char* kNobodyToAsk = "No authentication agent found";
+constexpr const char* kNotAuthorized = "Not authorized";
+
+bool isDismissal(const ProcessEnd& end) {
+    return !end.signalled && end.value == kPkexecDismissed;
 }
 
-/// Returns early when the process behind the descriptor ends.
-void pauseOrEnd(int processDescriptor, int milliseconds) {
-    pollfd entry{processDescriptor, POLLIN, 0};
-    ::poll(&entry, 1, milliseconds);  // a negative descriptor is passed over: a plain pause
-}
-
-bool openPipe(FileDescriptor& readEnd, FileDescriptor& writeEnd) {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) return false;
-    readEnd = FileDescriptor(ends[0]);
-    writeEnd = FileDescriptor(ends[1]);
-    return true;
+void waitUntilReadable(int descriptor) {
+    pollfd entry{descriptor, POLLIN, 0};
+    ::poll(&entry, 1, -1);
 }
 
 int32_t beginQuestion(int terminal, int32_t echo) {
@@ -77,28 +63,47 @@ struct ReleaseAgent {
     void operator()(QuillmorePolkitAgent* agent) const { module->release(agent); }
 };
 
+std::string oneLine(std::string text) {
+    while (!text.empty() && text.back() == '\n') text.pop_back();
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+using Words = std::vector<std::string>;
+
+/// The program's own command for what it does itself, else that of a tool.
+Words wordsFor(const std::string& toolPath, const Words& arguments) {
+    if (toolPath == "/bin/rm" && arguments.size() == 2 && arguments[0] == "-rf")
+        return {administrator::kRemove, arguments[1]};
+    if (toolPath == "/bin/cp" && arguments.size() == 3 && arguments[0] == "-pR")
+        return {administrator::kCopy, arguments[1], arguments[2]};
+    Words words{administrator::kRun, toolPath};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+}
+
+bool holdsZero(const std::string& text) {
+    return text.find('\0') != std::string::npos;
+}
+
 }  // namespace
 
-/// With the agent on the terminal, which stays until pkexec has started a tool: should pkexec ask
-/// too, both questions look the same, and Ctrl-D means the same.
 class LinuxAuthorization::Reference final : public AuthorizationReference {
 public:
-    bool isAdministrator = false;
-    std::unique_ptr<QuillmorePolkitAgent, ReleaseAgent> agent;
-
-    /// Returns early when the process behind the descriptor ends.
-    void pauseOrEnd(int processDescriptor, int milliseconds) const {
-        if (agent)
-            agent.get_deleter().module->attend(agent.get(), processDescriptor, milliseconds);
-        else
-            quillmore::platform::pauseOrEnd(processDescriptor, milliseconds);
+    ~Reference() override {
+        if (program) program->close();
     }
+    Reference() = default;
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+
+    /// Shared with whoever waits for a tool.
+    std::shared_ptr<AdministratorProgram> program;
 };
 
 LinuxAuthorization::LinuxAuthorization(ProcessSpawner& spawner, LinuxAuthorizationOptions options)
     : spawner_(spawner),
       options_(std::move(options)),
-      processes_(options_.procFolder),
       module_(pathByAppending(options_.moduleFolder, kQuillmorePolkitFileName),
               kQuillmorePolkitEntryPointName, kQuillmorePolkitVersion) {}
 
@@ -116,41 +121,78 @@ OSStatus LinuxAuthorization::copyRights(AuthorizationReference& reference,
         return right == kAuthorizationRightAdministrator;
     });
     if (!allKnown) return kAuthorizationDenied;
-    if (rights.empty()) return kAuthorizationSuccess;
-    const OSStatus status =
-        options_.effectiveUser == 0
-            ? kAuthorizationSuccess
-            : askPolkit(*own, (flags & kAuthorizationFlagInteractionAllowed) != 0);
-    if (status == kAuthorizationSuccess) own->isAdministrator = true;
-    return status;
+    if (rights.empty() || own->program) return kAuthorizationSuccess;
+    try {
+        return startProgram(*own, (flags & kAuthorizationFlagInteractionAllowed) != 0);
+    } catch (const Exception& exception) {
+        options_.problems->report(exception.description());
+        return kAuthorizationInternal;
+    }
 }
 
-OSStatus LinuxAuthorization::askPolkit(Reference& reference, bool interactionAllowed) {
+OSStatus LinuxAuthorization::startProgram(Reference& reference, bool interactionAllowed) {
+    const std::string program =
+        pathByAppending(options_.programFolder, programNameFor(reference.purpose));
+    if (options_.effectiveUser != 0) return startByPkexec(reference, program, interactionAllowed);
+    auto started = std::make_shared<AdministratorProgram>(spawner_);
+    if (started->start({program}, waitUntilReadable)) {
+        options_.problems->report(program + " did not start");
+        return kAuthorizationInternal;
+    }
+    reference.program = std::move(started);
+    return kAuthorizationSuccess;
+}
+
+/// What pkexec is going to be answered is asked before: afterwards its status alone does not tell.
+OSStatus LinuxAuthorization::startByPkexec(Reference& reference, const std::string& program,
+                                           bool interactionAllowed) {
     const auto module = module_.open();
     if (!module) {
         options_.problems->report(module.error().localizedDescription());
         return kAuthorizationInternal;
     }
     const QuillmorePolkitModule* polkit = *module;
-    reference.agent.reset();
-    const QuillmorePolkitQuestion question{kActions.data(), interactionAllowed ? 1 : 0, &kTerminal};
-    QuillmorePolkitAgent* agent = nullptr;
     std::array<char, 512> text{};
-    const auto answer = polkit->checkAuthorization(&question, &agent, text.data(), text.size());
-    if (agent != nullptr) reference.agent = {agent, ReleaseAgent{polkit}};
-    switch (answer) {
+    switch (polkit->checkProgram(program.c_str(), text.data(), text.size())) {
         case kQuillmorePolkitGranted:
-            return kAuthorizationSuccess;
+            break;
         case kQuillmorePolkitDenied:
             return kAuthorizationDenied;
         case kQuillmorePolkitChallenge:
-            return kAuthorizationInteractionNotAllowed;
-        case kQuillmorePolkitDismissed:
-            return kAuthorizationCanceled;
-        case kQuillmorePolkitError:
+            if (!interactionAllowed) return kAuthorizationInteractionNotAllowed;
             break;
+        default:
+            options_.problems->report("polkit: " + std::string(text.data()));
+            return kAuthorizationInternal;
     }
-    options_.problems->report("polkit: " + std::string(text.data()));
+    return ask(reference, program, *polkit);
+}
+
+/// The desktop's agent is asked first: where there is one, the terminal is not the place.
+OSStatus LinuxAuthorization::ask(Reference& reference, const std::string& program,
+                                 const QuillmorePolkitModule& polkit) {
+    const Words commandLine = {options_.pkexecPath, "--disable-internal-agent", program};
+    auto started = std::make_shared<AdministratorProgram>(spawner_);
+    auto failure = started->start(commandLine, waitUntilReadable);
+    if (failure && says(*failure, kNobodyToAsk)) {
+        std::array<char, 512> text{};
+        const std::unique_ptr<QuillmorePolkitAgent, ReleaseAgent> agent(
+            polkit.makeAgent(&kTerminal, reference.question.c_str(), text.data(), text.size()),
+            {&polkit});
+        if (!agent) {
+            if (text[0] != '\0') options_.problems->report("polkit: " + std::string(text.data()));
+            return text[0] != '\0' ? kAuthorizationInternal : kAuthorizationInteractionNotAllowed;
+        }
+        failure = started->start(commandLine,
+                                 [&](int descriptor) { polkit.attend(agent.get(), descriptor); });
+    }
+    if (!failure) {
+        reference.program = std::move(started);
+        return kAuthorizationSuccess;
+    }
+    if (isDismissal(failure->end)) return kAuthorizationCanceled;
+    if (says(*failure, kNotAuthorized)) return kAuthorizationDenied;
+    options_.problems->report("pkexec: " + oneLine(failure->text));
     return kAuthorizationInternal;
 }
 
@@ -160,56 +202,27 @@ OSStatus LinuxAuthorization::executeWithPrivileges(AuthorizationReference& refer
                                                    Communications communications,
                                                    PrivilegedProcess& started) {
     auto* own = dynamic_cast<Reference*>(&reference);
-    if (own == nullptr || !own->isAdministrator) return kAuthorizationDenied;
-    // pkexec would take another text for an option or search its own PATH for it.
-    if (!toolPath.starts_with('/')) return kAuthorizationToolExecuteFailure;
-
-    ProcessRequest request;
-    request.launchPath = toolPath;
-    request.arguments = arguments;
-    const bool throughPkexec = options_.effectiveUser != 0;
-    if (throughPkexec) {
-        request.arguments.insert(request.arguments.begin(), toolPath);
-        request.launchPath = options_.pkexecPath;
-    }
-    FileDescriptor readEnd;
-    FileDescriptor writeEnd;
-    if (communications == Communications::stream) {
-        if (!openPipe(readEnd, writeEnd)) return kAuthorizationInternal;
-        request.standardOutput = writeEnd.get();
-    }
-    try {
-        const pid_t process = spawner_.spawn(request);
-        const OSStatus status = throughPkexec ? awaitTool(*own, process) : kAuthorizationSuccess;
-        if (status != kAuthorizationSuccess) {
-            spawner_.abandon(process);
-            return status;
-        }
-        own->agent.reset();  // unattended from here on, it would keep other questions waiting
-        started.process = process;
-        started.communicationsStream = std::move(readEnd);
-        return kAuthorizationSuccess;
-    } catch (const Exception& exception) {
-        options_.problems->report(exception.description());
+    if (own == nullptr || !own->program) return kAuthorizationDenied;
+    // The program would read a text only up to a zero byte, and searches for nothing.
+    if (!toolPath.starts_with('/') || holdsZero(toolPath) ||
+        std::any_of(arguments.begin(), arguments.end(), holdsZero))
         return kAuthorizationToolExecuteFailure;
+    std::optional<Pipe> pipe;
+    std::vector<int> streams = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+    if (communications == Communications::stream) {
+        try {
+            streams[STDOUT_FILENO] = pipe.emplace().writeEnd().get();
+        } catch (const Exception&) {
+            return kAuthorizationInternal;
+        }
     }
-}
-
-/// pkexec asks, then becomes the tool: from then on the process bears another name, even as an
-/// ended child that nobody waited for. There is no event for it, so this looks every few
-/// milliseconds (less often while a dialog is likely to be up).
-OSStatus LinuxAuthorization::awaitTool(const Reference& reference, pid_t process) {
-    const std::string pkexecName =
-        lastPathComponent(options_.pkexecPath).substr(0, kCommandNameLength);
-    const FileDescriptor processDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-    for (int pause = 1;; pause = std::min(pause * 2, 50)) {
-        // First the end, then the name: the name of an ended process is final.
-        const auto end = peekEnd(process);
-        const auto name = processes_.commandName(process);
-        if (name && *name != pkexecName) return kAuthorizationSuccess;
-        if (end) return statusOfEnd(*end, name.has_value());
-        reference.pauseOrEnd(processDescriptor.get(), pause);
-    }
+    const Words words = wordsFor(toolPath, arguments);
+    if (words.front() != administrator::kRun) streams.clear();
+    const auto command = own->program->execute(words, streams);
+    if (!command) return kAuthorizationToolExecuteFailure;
+    started.wait = [program = own->program, number = *command] { return program->wait(number); };
+    if (pipe) started.communicationsStream = std::move(pipe->readEnd());
+    return kAuthorizationSuccess;
 }
 
 void LinuxAuthorization::free(std::unique_ptr<AuthorizationReference> reference) {

@@ -13,6 +13,7 @@ namespace {
 LinuxAuthorizationOptions authorizationOptions(const SystemServicesOptions& options) {
     LinuxAuthorizationOptions made;
     made.moduleFolder = options.plugInsPath;
+    made.programFolder = options.helpersPath;
     made.problems = &options.problems;
     return made;
 }

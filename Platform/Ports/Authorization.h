@@ -5,11 +5,13 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "Platform/Processes/ProcessSpawner.h"
 
 namespace quillmore::platform {
 
@@ -27,15 +29,25 @@ inline constexpr std::uint32_t kAuthorizationFlagInteractionAllowed = 1;
 inline constexpr std::uint32_t kAuthorizationFlagExtendRights = 2;
 inline constexpr std::uint32_t kAuthorizationFlagPreAuthorize = 16;
 
-/// One reference, from create to free. Each body derives its own.
+/// What an administrator is asked to allow.
+enum class AuthorizationPurpose { general, installComponents, moveToApplications };
+
+/// One reference, from create to free, stands for one question at most: what is executed under it
+/// asks no more. Each body derives its own.
 class AuthorizationReference {
 public:
     virtual ~AuthorizationReference() = default;
+
+    /// Set before copyRights, for systems whose question can say it.
+    AuthorizationPurpose purpose = AuthorizationPurpose::general;
+    std::string question;  ///< The purpose in the user's language; may be empty.
 };
 
 /// A tool that was started with administrator rights.
 struct PrivilegedProcess {
-    pid_t process = 0;                    ///< A child of this process: wait for it or abandon it.
+    pid_t process = 0;  ///< A child of this process, to wait for or abandon; 0 when it is none.
+    /// Where it is no child: blocks until it has ended. May be left uncalled.
+    std::function<ProcessEnd()> wait;
     FileDescriptor communicationsStream;  ///< The tool's standard output, when asked for.
 };
 

@@ -59,6 +59,7 @@ struct SystemServicesOptions {
     const FileManager& files;   ///< Outlives the services.
     ProcessSpawner& processes;  ///< Outlives the services.
     std::string plugInsPath;    ///< Where modules lie that are opened on first use.
+    std::string helpersPath;    ///< Where programs lie that a body starts.
     Problems& problems;         ///< Outlives the services.
 };
 

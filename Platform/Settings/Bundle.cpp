@@ -49,6 +49,10 @@ std::string Bundle::plugInsPath() const {
     return pathByAppending(path_, "Contents/PlugIns");
 }
 
+std::string Bundle::helpersPath() const {
+    return pathByAppending(path_, "Contents/Helpers");
+}
+
 const Dictionary* Bundle::infoDictionary() const {
     const std::lock_guard lock(mutex_);
     return info();

@@ -33,6 +33,8 @@ public:
     std::string resourcePath() const;
     /// PATH/Contents/PlugIns.
     std::string plugInsPath() const;
+    /// PATH/Contents/Helpers.
+    std::string helpersPath() const;
 
     /// The Info.plist; null when it is missing or unreadable.
     const Dictionary* infoDictionary() const;

@@ -1,4 +1,5 @@
 // Runs with administrator rights: started and left to themselves, once the user has agreed.
+#include "Common/BrandingManager.h"
 #include "Common/Tools/AdministratorRights.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Processes/TerminationSignals.h"
@@ -21,7 +22,8 @@ std::int32_t UpdateToolManager::runAsAdmin(const char* method, const std::string
     logNormal("UpdateToolManager:%@: Starting...", method);
     AdministratorRights rights;
     if (rights.create() != platform::kAuthorizationSuccess) return UpdateToolStatusFailed;
-    platform::OSStatus answer = rights.ask();
+    platform::OSStatus answer = rights.ask(platform::AuthorizationPurpose::installComponents,
+                                           QMLocalizedString("QuillmoreLauncher_AskToInstall"));
     if (answer != platform::kAuthorizationSuccess) {
         logError("UpdateToolManager:%@: AuthorizationCopyRights failed (OSStatus %d)", method,
                  answer);

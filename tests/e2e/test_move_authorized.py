@@ -16,6 +16,7 @@ AGENT = BUILD / "tests/Platform/Linux/polkit_test_agent"
 FAILED = ("\nCould not move to Applications folder\n"
           f'I am still at "{SOURCE}".\n')
 VOLUME = "/Volumes/Quillmore 1.15"
+PIECE = "/Applications/.Quillmore.app.incomplete"
 
 
 class Granted(MoveTest):
@@ -75,7 +76,10 @@ class Killed(MoveTest):
         self.hold()
         self.running.answer(MOVE)
         launcher.wait_until(lambda: self.is_wanted, "a copy")
-        [self.tool] = self.machine.processes("cp")
+
+    def programs(self):
+        """The program that holds the rights and those that it made of itself, the oldest first."""
+        return sorted(self.machine.processes("quillmore-move-"))
 
     def hold(self):
         """Whoever opens the file waits for its release, which the system asks for by a signal."""
@@ -98,14 +102,17 @@ class Killed(MoveTest):
 
     def expect_closed_to_the_user(self):
         """Until it is whole: nobody can take the piece for an application."""
-        self.assertTrue(os.path.exists(BUNDLE))
-        self.assertEqual(self.machine.run_tool("ls", BUNDLE).returncode, 2)
-        opened = self.machine.run_tool(f"{SOURCE}/Contents/SharedSupport/bin/open", BUNDLE)
-        self.assertEqual(opened.stderr, f"The application {BUNDLE} cannot be opened.\n")
+        self.assertFalse(os.path.exists(BUNDLE))
+        self.assertTrue(os.path.exists(PIECE))
+        self.assertEqual(self.machine.run_tool("ls", PIECE).returncode, 2)
+        opened = self.machine.run_tool(f"{SOURCE}/Contents/SharedSupport/bin/open", PIECE)
+        self.assertEqual(opened.stderr, f"The application {PIECE} cannot be opened.\n")
 
     def test_piece_of_a_copy_is_no_application_and_makes_room_for_the_next(self):
         self.kill_launcher()
-        launcher.end_process(self.tool, signal.SIGKILL)
+        for program in self.programs():
+            os.kill(program, signal.SIGKILL)
+        launcher.wait_until(lambda: self.programs() == [], "the end of the programs")
         self.release()
         self.expect_closed_to_the_user()
 
@@ -113,22 +120,32 @@ class Killed(MoveTest):
         self.assertIn(ASK + OFFER + PASSWORD, ended.output)
         self.expect_restarted(ended)
         self.expect_copy_of(self.source)
+        self.assertFalse(os.path.exists(PIECE))
 
     def test_copy_whose_launcher_was_killed_goes_on_to_its_end(self):
         self.kill_launcher()
         self.expect_closed_to_the_user()
         self.release()
-        launcher.wait_until(lambda: not os.path.exists(f"/proc/{self.tool}"), "the end of the copy")
+        launcher.wait_until(lambda: self.programs() == [], "the end of the programs")
         self.expect_copy_of(self.source)
         self.assertEqual(self.machine.state(SOURCE), self.source)
 
-    def test_tool_that_is_killed_leaves_no_half_copy(self):
-        os.kill(self.tool, signal.SIGKILL)
+    def test_copy_that_is_killed_is_undone(self):
+        os.kill(self.programs()[-1], signal.SIGKILL)
+        self.expect_failed_move()
+        self.assertEqual(os.listdir("/Applications"), [])
+
+    def test_program_that_is_killed_is_a_failure_and_its_copy_comes_to_its_end(self):
+        os.kill(self.programs()[0], signal.SIGKILL)
+        self.release()
+        self.expect_failed_move()
+        self.expect_copy_of(self.source)
+
+    def expect_failed_move(self):
         self.running.answer("\n")
         self.running.close_input()
         ended = self.running.end()
-        self.assertIn(FAILED, ended.output)
-        self.assertEqual(os.listdir("/Applications"), [])
+        self.assertIn("\nCould not move to Applications folder\n", ended.output)
         self.expect_went_on_from(SOURCE, ended)
 
     def test_polite_signal_waits_for_the_end_of_the_copy(self):
@@ -175,6 +192,65 @@ class Cancelled(MoveTest):
         self.assertEqual(ended.errors, "")
         self.assertEqual(self.machine.state(BUNDLE), before)
         self.expect_went_on_from(SOURCE, ended)
+
+
+class Asked(MoveTest):
+    """As on a desktop's default: polkit keeps nothing, and here the terminal asks."""
+
+    policy = "password"
+    QUESTION = "\nQuillmore wants to move itself to the Applications folder.\n"
+    RIGHT = "quillmore\n"
+
+    def setUp(self):
+        super().setUp()
+        self.put_launcher(SOURCE)
+        give(BUNDLE, 0)
+        self.mark_as_old(BUNDLE)
+        self.copies = self.put_older_copies(owner=0)
+        self.before = self.machine.state("/Applications", f"{launcher.HOME}/Applications")
+        self.running = self.machine.start(bundle=SOURCE, terminal=True)
+        self.running.wait_for("> ")
+        self.running.answer(MOVE)
+        self.running.wait_for("Password: ")
+
+    def expect_nothing_changed(self):
+        self.assertEqual(self.machine.state("/Applications", f"{launcher.HOME}/Applications"), self.before)
+
+    def test_one_question_serves_the_whole_move(self):
+        self.running.answer(self.RIGHT)
+        ended = self.running.end()
+        self.assertEqual(ended.output.count("Password: "), 1)
+        self.assertIn(self.QUESTION, ended.output)
+        self.assertIn("/Helpers/quillmore-move-to-applications", ended.output)
+        self.expect_restarted(ended)
+        for path in self.copies:
+            self.assertFalse(os.path.lexists(path), path)
+        self.assertFalse(os.path.exists(f"{BUNDLE}/old"))
+
+    def test_wrong_passwords_are_a_failure_and_change_nothing(self):
+        for _ in range(3):
+            self.running.answer("wrong\n")
+            if _ < 2:
+                self.running.wait_for("Password: ")
+        self.running.wait_for("Could not move to Applications folder")
+        self.expect_nothing_changed()
+        self.running.answer("\n")
+        self.expect_went_on_from(SOURCE, self.running.end())
+
+    def test_end_of_input_is_the_cancellation_and_changes_nothing(self):
+        self.running.answer("\4")
+        ended = self.running.end()
+        self.assertIn("(nrm) Not moving because user canceled authorization\n", ended.output)
+        self.assertNotIn("Could not move", ended.output)
+        self.expect_nothing_changed()
+        self.expect_went_on_from(SOURCE, ended)
+
+    def test_launcher_killed_at_the_question_changes_nothing(self):
+        self.running.send(signal.SIGKILL)
+        self.running.process.wait(launcher.LONGEST)
+        for name in ("pkexec", "quillmore-move-"):
+            launcher.wait_until(lambda: not self.machine.processes(name), f"the end of {name}")
+        self.expect_nothing_changed()
 
 
 class Volume(MoveTest):

@@ -24,6 +24,11 @@ public:
     pid_t process = 4711;
     /// What a started tool has written to its communications stream; less than a pipe holds.
     std::optional<std::string> written;
+    /// What the user was asked, and for what purpose.
+    std::string question;
+    platform::AuthorizationPurpose purpose = platform::AuthorizationPurpose::general;
+    /// How a started tool ends that is no child of this process.
+    std::optional<platform::ProcessEnd> endElsewhere;
     /// The reference that executeWithPrivileges was last given.
     const platform::AuthorizationReference* executedWith = nullptr;
 
@@ -35,9 +40,11 @@ public:
         ++alive;
         return 0;
     }
-    platform::OSStatus copyRights(platform::AuthorizationReference&,
+    platform::OSStatus copyRights(platform::AuthorizationReference& reference,
                                   const std::vector<std::string>& rights,
                                   std::uint32_t flags) override {
+        question = reference.question;
+        purpose = reference.purpose;
         std::string call = "copyRights";
         for (const std::string& right : rights) call += " " + right;
         calls.push_back(call + " " + std::to_string(flags));
@@ -55,7 +62,8 @@ public:
         executedWith = &reference;
         if (executeStatus != 0) return executeStatus;
         if (onExecute) onExecute();
-        started.process = process;
+        started.process = endElsewhere ? 0 : process;
+        if (endElsewhere) started.wait = [end = *endElsewhere] { return end; };
         if (written) started.communicationsStream = streamOf(*written);
         return 0;
     }

@@ -13,15 +13,22 @@ struct TerminalListenerClass {
 };
 G_DEFINE_TYPE(TerminalListener, terminal_listener, POLKIT_AGENT_TYPE_LISTENER)
 
-void initiate(PolkitAgentListener* listener, const gchar*, const gchar* message, const gchar*,
-              PolkitDetails*, const gchar* cookie, GList* identities, GCancellable* cancellable,
-              GAsyncReadyCallback callback, gpointer data) {
+/// polkit's words for its general action name a path and no reason.
+std::string messageFor(const std::string& action, const gchar* message, const std::string& reason) {
+    const bool isOurs = action.starts_with("com.quillmore.");
+    return isOurs || reason.empty() ? message : reason + "\n" + message;
+}
+
+void initiate(PolkitAgentListener* listener, const gchar* action, const gchar* message,
+              const gchar*, PolkitDetails*, const gchar* cookie, GList* identities,
+              GCancellable* cancellable, GAsyncReadyCallback callback, gpointer data) {
     Reference<GTask> task(g_task_new(listener, cancellable, callback, data));
     g_task_set_check_cancellable(task.get(), FALSE);  // its end is always the dialog's
-    DialogRequest request{message, cookie, {}};
+    QuillmorePolkitAgent* agent = reinterpret_cast<TerminalListener*>(listener)->agent;
+    DialogRequest request{
+        messageFor(action, message, agent != nullptr ? agent->reason() : ""), cookie, {}};
     for (const GList* entry = identities; entry != nullptr; entry = entry->next)
         request.identities.emplace_back(static_cast<PolkitIdentity*>(g_object_ref(entry->data)));
-    QuillmorePolkitAgent* agent = reinterpret_cast<TerminalListener*>(listener)->agent;
     if (agent != nullptr) return agent->authenticate(std::move(request), std::move(task));
     g_task_return_new_error(task.get(), POLKIT_ERROR, POLKIT_ERROR_FAILED, "the agent is gone");
 }
@@ -41,8 +48,9 @@ void terminal_listener_class_init(TerminalListenerClass* listenerClass) {
 
 std::unique_ptr<QuillmorePolkitAgent> QuillmorePolkitAgent::make(
     PolkitSubject* subject, GMainContext* context, const QuillmorePolkitTerminal& terminal,
-    std::string& problem) {
-    std::unique_ptr<QuillmorePolkitAgent> agent(new QuillmorePolkitAgent(context));
+    std::string reason, std::string& problem) {
+    std::unique_ptr<QuillmorePolkitAgent> agent(
+        new QuillmorePolkitAgent(context, std::move(reason)));
     agent->terminal_ = Terminal::open(terminal, context);
     if (!agent->terminal_ || !agent->registerFor(subject, problem)) return nullptr;
     return agent;

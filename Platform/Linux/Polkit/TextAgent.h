@@ -15,25 +15,29 @@ struct QuillmorePolkitAgent {
 
 public:
     /// Null where nobody can be asked (no terminal), or on a failure, which `problem` then tells.
-    /// `context` is the thread's own now. `terminal` must outlive the agent.
+    /// `context` is the thread's own now. `terminal` must outlive the agent. `reason` is shown
+    /// above a message that does not come from the product's own policy file.
     static std::unique_ptr<QuillmorePolkitAgent> make(PolkitSubject* subject, GMainContext* context,
                                                       const QuillmorePolkitTerminal& terminal,
-                                                      std::string& problem);
+                                                      std::string reason, std::string& problem);
     ~QuillmorePolkitAgent();
     QuillmorePolkitAgent(const QuillmorePolkitAgent&) = delete;
     QuillmorePolkitAgent& operator=(const QuillmorePolkitAgent&) = delete;
 
     GMainContext* context() const { return context_.get(); }
+    const std::string& reason() const { return reason_; }
     /// polkit's request; `task` is done when the dialog is over.
     void authenticate(quillmore::platform::polkit::DialogRequest request, Reference<GTask> task);
 
 private:
-    explicit QuillmorePolkitAgent(GMainContext* context) : context_(g_main_context_ref(context)) {}
+    QuillmorePolkitAgent(GMainContext* context, std::string reason)
+        : context_(g_main_context_ref(context)), reason_(std::move(reason)) {}
     bool registerFor(PolkitSubject* subject, std::string& problem);
     void finish(quillmore::platform::polkit::DialogEnd how);
     static gboolean cancelled(GCancellable*, gpointer self);
 
     const quillmore::platform::polkit::OwnedContext context_;
+    const std::string reason_;
     std::unique_ptr<quillmore::platform::polkit::Terminal> terminal_;
     Reference<PolkitAgentListener> listener_;
     gpointer registration_ = nullptr;

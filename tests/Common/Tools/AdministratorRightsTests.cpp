@@ -15,6 +15,9 @@ constexpr const char* kAsk = "copyRights system.privilege.admin 19";
 class AdministratorRightsTest : public testing::Test {
 protected:
     FakeAuthorization& authorization() { return services.authorization; }
+    static platform::OSStatus ask(AdministratorRights& rights) {
+        return rights.ask(platform::AuthorizationPurpose::installComponents, "May I?");
+    }
 
     TestServices services;
 };
@@ -24,7 +27,7 @@ TEST_F(AdministratorRightsTest, AreAskedForOnceAndServeSeveralPrograms) {
     {
         AdministratorRights rights;
         EXPECT_EQ(rights.create(), platform::kAuthorizationSuccess);
-        EXPECT_EQ(rights.ask(), platform::kAuthorizationSuccess);
+        EXPECT_EQ(ask(rights), platform::kAuthorizationSuccess);
         EXPECT_TRUE(rights.run("/bin/rm", {"-rf", "/a"}));
         EXPECT_TRUE(rights.run("/bin/cp", {"/b", "/a"}));
         EXPECT_EQ(rights.startUnattended("/tool", {}), platform::kAuthorizationSuccess);
@@ -33,6 +36,26 @@ TEST_F(AdministratorRightsTest, AreAskedForOnceAndServeSeveralPrograms) {
     EXPECT_THAT(authorization().calls,
                 ElementsAre("create", kAsk, "execute /bin/rm -rf /a", "execute /bin/cp /b /a",
                             "execute /tool", "free"));
+}
+
+TEST_F(AdministratorRightsTest, QuestionSaysWhatTheyAreFor) {
+    AdministratorRights rights;
+    rights.create();
+    ask(rights);
+    EXPECT_EQ(authorization().question, "May I?");
+    EXPECT_EQ(authorization().purpose, platform::AuthorizationPurpose::installComponents);
+}
+
+TEST_F(AdministratorRightsTest, ProgramThatIsNoChildIsWaitedForByWhoeverStartedIt) {
+    authorization().endElsewhere = platform::ProcessEnd{false, 3};
+    AdministratorRights rights;
+    rights.create();
+    ask(rights);
+    const auto end = rights.run("/bin/rm", {});
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->value, 3);
+    EXPECT_EQ(rights.startUnattended("/tool", {}), platform::kAuthorizationSuccess);
+    EXPECT_THAT(services.processes.abandoned, IsEmpty());
 }
 
 TEST_F(AdministratorRightsTest, GivenBackEarlyAreNotGivenBackAgain) {
@@ -56,7 +79,7 @@ TEST_F(AdministratorRightsTest, RefusedAreGivenBackAndSayWhy) {
     {
         AdministratorRights rights;
         rights.create();
-        EXPECT_EQ(rights.ask(), platform::kAuthorizationCanceled);
+        EXPECT_EQ(ask(rights), platform::kAuthorizationCanceled);
     }
     EXPECT_THAT(authorization().calls, ElementsAre("create", kAsk, "free"));
 }

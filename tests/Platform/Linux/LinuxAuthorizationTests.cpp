@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/fakes/FakeProcessSpawner.h"
+#include <filesystem>
+
+#include "Platform/Processes/ProcessSpawner.h"
 #include "tests/fakes/RecordingProblems.h"
 #include "tests/fakes/TestServices.h"
 
@@ -27,6 +29,7 @@ protected:
     LinuxAuthorizationOptions optionsOf(uid_t user) {
         LinuxAuthorizationOptions options;
         options.moduleFolder = "/nowhere";
+        options.programFolder = QUILLMORE_TEST_HELPERS;
         options.effectiveUser = user;
         options.problems = &problems;
         return options;
@@ -37,7 +40,6 @@ protected:
     }
 
     RecordingProblems problems;
-    FakeProcessSpawner fake;
     std::unique_ptr<platform::ProcessSpawner> spawner = platform::makePosixProcessSpawner();
     platform::LinuxAuthorization root{*spawner, optionsOf(0)};
     std::unique_ptr<platform::AuthorizationReference> reference;
@@ -87,7 +89,7 @@ TEST_F(LinuxAuthorization, RootStartsTheToolDirectlyAndTheCallerWaits) {
     ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/sh", {"-c", "exit 126"},
                                          Authorization::Communications::none, started),
               0);
-    EXPECT_EQ(spawner->wait(started.process).value, 126);
+    EXPECT_EQ(started.wait().value, 126);
     EXPECT_FALSE(started.communicationsStream);
 }
 
@@ -97,7 +99,7 @@ TEST_F(LinuxAuthorization, StreamIsTheToolsStandardOutput) {
                                          Authorization::Communications::stream, started),
               0);
     EXPECT_EQ(readAll(started.communicationsStream.get()), "two words -x\n");
-    EXPECT_TRUE(spawner->wait(started.process).succeeded());
+    EXPECT_TRUE(started.wait().succeeded());
 }
 
 TEST_F(LinuxAuthorization, ToolThatCannotBeStartedIsAnExecuteFailure) {
@@ -105,19 +107,64 @@ TEST_F(LinuxAuthorization, ToolThatCannotBeStartedIsAnExecuteFailure) {
     EXPECT_EQ(root.executeWithPrivileges(*reference, "/nowhere/tool", {},
                                          Authorization::Communications::stream, started),
               platform::kAuthorizationToolExecuteFailure);
-    EXPECT_EQ(started.process, 0);
+    EXPECT_FALSE(started.wait);
     EXPECT_FALSE(started.communicationsStream);
 }
 
 TEST_F(LinuxAuthorization, ToolPathMustBeAbsolute) {
-    platform::LinuxAuthorization recorded{fake, optionsOf(0)};
     ASSERT_EQ(grant(), 0);
     for (const char* path : {"", "tool", "--user"}) {
-        EXPECT_EQ(recorded.executeWithPrivileges(*reference, path, {},
-                                                 Authorization::Communications::none, started),
+        EXPECT_EQ(root.executeWithPrivileges(*reference, path, {},
+                                             Authorization::Communications::none, started),
                   platform::kAuthorizationToolExecuteFailure);
     }
-    EXPECT_TRUE(fake.started.empty());
+}
+
+TEST_F(LinuxAuthorization, ProgramThatIsMissingIsAnInternalErrorAndReported) {
+    LinuxAuthorizationOptions options = optionsOf(0);
+    options.programFolder = "/nowhere";
+    platform::LinuxAuthorization without{*spawner, options};
+    EXPECT_EQ(without.copyRights(*reference, {kAuthorizationRightAdministrator}, 19),
+              platform::kAuthorizationInternal);
+    EXPECT_THAT(problems.take(), testing::ElementsAre(testing::HasSubstr("not accessible")));
+}
+
+TEST_F(LinuxAuthorization, ToolsOfOneReferenceRunAtOnce) {
+    platform::PrivilegedProcess second;
+    ASSERT_EQ(grant(), 0);
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/cat", {},
+                                         Authorization::Communications::stream, started),
+              0);
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/sh", {"-c", "kill -9 $$"},
+                                         Authorization::Communications::none, second),
+              0);
+    EXPECT_TRUE(second.wait().signalled);
+}
+
+TEST_F(LinuxAuthorization, RemovalAndCopyAreTheProgramsOwn) {
+    const TemporaryFolder folder;
+    const std::string old = folder.path() + "/old", copy = folder.path() + "/copy";
+    std::filesystem::create_directories(old + "/inside");
+    ASSERT_EQ(grant(), 0);
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/cp", {"-pR", old, copy},
+                                         Authorization::Communications::none, started),
+              0);
+    EXPECT_TRUE(started.wait().succeeded());
+    EXPECT_TRUE(std::filesystem::exists(copy + "/inside"));
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/rm", {"-rf", old},
+                                         Authorization::Communications::none, started),
+              0);
+    EXPECT_TRUE(started.wait().succeeded());
+    EXPECT_FALSE(std::filesystem::exists(old));
+}
+
+TEST_F(LinuxAuthorization, ToolWhoseReferenceWasFreedCannotBeWaitedFor) {
+    ASSERT_EQ(grant(), 0);
+    ASSERT_EQ(root.executeWithPrivileges(*reference, "/bin/true", {},
+                                         Authorization::Communications::none, started),
+              0);
+    root.free(std::move(reference));
+    EXPECT_TRUE(started.wait().signalled);
 }
 
 TEST_F(LinuxAuthorization, TextsThatTheSystemWouldCutAreNotStarted) {
@@ -129,7 +176,7 @@ TEST_F(LinuxAuthorization, TextsThatTheSystemWouldCutAreNotStarted) {
     EXPECT_EQ(root.executeWithPrivileges(*reference, cut, {}, Authorization::Communications::none,
                                          started),
               platform::kAuthorizationToolExecuteFailure);
-    EXPECT_EQ(started.process, 0);
+    EXPECT_FALSE(started.wait);
 }
 
 TEST_F(LinuxAuthorization, ForeignReferenceIsRefused) {

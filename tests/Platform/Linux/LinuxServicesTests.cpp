@@ -8,8 +8,8 @@ namespace {
 TEST(LinuxServices, FillInEveryPortAndNothingElse) {
     const platform::FileManager files;
     FakeProcessSpawner processes;
-    const auto system =
-        platform::makeSystemServices({files, processes, "/nowhere", platform::ignoredProblems()});
+    const auto system = platform::makeSystemServices(
+        {files, processes, "/nowhere", "/nowhere", platform::ignoredProblems()});
     platform::Services services;
     system->fillIn(services);
     EXPECT_NE(services.appleEvents, nullptr);

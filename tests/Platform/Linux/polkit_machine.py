@@ -1,7 +1,7 @@
 """A private machine (mounts and processes) with a real bus and polkit for each test, and a probe that asks
 for administrator rights on it. A module calls `main()`.
 
-Arguments: the probe, the test agent, the folder of the polkit module. Needs root and polkit, pkexec and
+Arguments: the probe, the test agent, the folders of the polkit module and of the privileged program. Needs root and polkit, pkexec and
 dbus-daemon; exits with 77 (skipped) and says so without them.
 """
 import os
@@ -12,14 +12,17 @@ import sys
 import time
 import unittest
 
-PROBE, AGENT, MODULES = (os.path.abspath(argument) for argument in sys.argv[1:4])
+PROBE, AGENT, MODULES, HELPERS = (os.path.abspath(argument) for argument in sys.argv[1:5])
 
 USER = 1000
 INTERACTION = 1
 POLICY = pathlib.Path(__file__).resolve().parents[3] / "Packaging/linux/com.quillmore.launcher.policy"
 ACTIONS = pathlib.Path("/usr/share/polkit-1/actions")
 POLKITD = "/usr/lib/polkit-1/polkitd"
-OWN, EXEC = "com.quillmore.launcher.administer", "org.freedesktop.policykit.exec"
+EXEC = "org.freedesktop.policykit.exec"
+INSTALL, MOVE = "com.quillmore.launcher.install-components", "com.quillmore.launcher.move-to-applications"
+# Where the policy file says that the programs are, and where they are on these machines.
+PACKAGED, ROOTS_HELPERS = "/usr/lib/quillmore/Quillmore.app/Contents/Helpers", "/run/helpers"
 BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig><type>system</type><listen>unix:path=/run/dbus/system_bus_socket</listen><auth>EXTERNAL</auth>
@@ -47,7 +50,7 @@ def mount(kind, target, options):
 class Machine:
     """This process in mounts of its own (the process table was made private when it was started)."""
 
-    def __init__(self, rules, own_action=True, administrators=()):
+    def __init__(self, rules, packaged=False, administrators=()):
         mount("tmpfs", "/run", "mode=755")
         for folder in ("/run/dbus", "/run/actions", "/run/polkit-1"):
             os.mkdir(folder)
@@ -57,8 +60,10 @@ class Machine:
             shutil.copy(policy, "/run/actions")
         own = pathlib.Path("/run/actions") / POLICY.name
         own.unlink(missing_ok=True)
-        if own_action:
-            shutil.copy(POLICY, own)
+        if packaged:
+            own.write_text(POLICY.read_text(encoding="utf-8").replace(PACKAGED, ROOTS_HELPERS),
+                           encoding="utf-8")
+            shutil.copytree(HELPERS, ROOTS_HELPERS)
         subprocess.run(["mount", "--bind", "/run/actions", str(ACTIONS)], check=True)
         mount("tmpfs", "/etc/polkit-1/rules.d", "mode=755")
         lines = "".join(f'if (action.id == "{a}") return polkit.Result.{r};' for a, r in rules.items())
@@ -127,9 +132,9 @@ def as_user(user, *command, **options):
 
 
 class Probe:
-    def __init__(self, user=USER, **options):
-        # A session without a terminal, or pkexec would ask there.
-        self.process = as_user(user, PROBE, MODULES, start_new_session=True, **options)
+    def __init__(self, user=USER, helpers=HELPERS, **options):
+        # A session without a terminal, or it would ask there.
+        self.process = as_user(user, PROBE, MODULES, helpers, start_new_session=True, **options)
 
     def __call__(self, line):
         self.begin(line)
@@ -155,25 +160,23 @@ class Probe:
         return self
 
 
-def overlay_root(source, target):
-    """Makes `target`, a folder of the root that may be missing there, show `source`."""
-    if not os.path.isdir(target):
-        # A root of its own for this machine: the real one's folders, and one more.
-        mount("tmpfs", "/mnt", "mode=755")
-        for entry in os.listdir("/"):
-            if entry == "mnt" or entry == target.strip("/"):
-                continue
-            if os.path.islink("/" + entry):
-                os.symlink(os.readlink("/" + entry), "/mnt/" + entry)
-            elif os.path.isdir("/" + entry):
-                os.mkdir("/mnt/" + entry)
-                subprocess.run(["mount", "--rbind", "/" + entry, "/mnt/" + entry], check=True)
-        os.mkdir("/mnt" + target)
-        subprocess.run(["mount", "--bind", source, "/mnt" + target], check=True)
-        os.chroot("/mnt")
-        os.chdir("/")
-    else:
-        subprocess.run(["mount", "--bind", source, target], check=True)
+def running(name):
+    """The processes whose name begins so, by number; not those that have ended."""
+    return [int(folder.name) for folder in pathlib.Path("/proc").glob("[0-9]*")
+            if begins_so_and_runs(folder, name)]
+
+
+def begins_so_and_runs(process, name):
+    try:
+        command, state = (process / "stat").read_text().split("(", 1)[1].rsplit(") ", 1)
+    except OSError:
+        return False
+    return command.startswith(name) and not state.startswith("Z")
+
+
+def program():
+    """The privileged programs that run."""
+    return running("quillmore-")
 
 
 def run_one(name):
@@ -198,8 +201,8 @@ def missing():
 
 def main(tests):
     """Runs the tests of the class, or the one that the last argument names in its machine."""
-    if len(sys.argv) > 4:
-        sys.exit(run_one(sys.argv[4]))
+    if len(sys.argv) > 5:
+        sys.exit(run_one(sys.argv[5]))
     reason = missing()
     if reason:
         print("skipped:", reason)
@@ -209,7 +212,7 @@ def main(tests):
     for name in names:
         inner = subprocess.run(["unshare", "--mount", "--pid", "--ipc", "--fork", "--kill-child",
                                 sys.executable, os.path.abspath(sys.argv[0]), PROBE, AGENT, MODULES,
-                                name], timeout=60)
+                                HELPERS, name], timeout=60)
         failed += inner.returncode != 0
         print("ok    " if inner.returncode == 0 else "FAILED", name, flush=True)
     print(f"{len(names)} tests, {failed} failed")

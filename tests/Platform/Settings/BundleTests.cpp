@@ -36,6 +36,7 @@ TEST_F(BundleTest, FoldersLieInContents) {
     const Bundle bundle(disk.files, "/Apps/Test.app/", {}, problems);
     EXPECT_EQ(bundle.resourcePath(), "/Apps/Test.app/Contents/Resources");
     EXPECT_EQ(bundle.plugInsPath(), "/Apps/Test.app/Contents/PlugIns");
+    EXPECT_EQ(bundle.helpersPath(), "/Apps/Test.app/Contents/Helpers");
     EXPECT_EQ(bundle.bundlePath(), "/Apps/Test.app/");
 }
 

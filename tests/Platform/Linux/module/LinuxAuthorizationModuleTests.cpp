@@ -1,5 +1,5 @@
-// Questions through a module, and the start of tools through a stand-in for pkexec. Apart from the
-// other tests, because a module that was opened stays.
+// Questions through a module, and the privileged program through a stand-in for pkexec. Apart from
+// the other tests, because a module that was opened stays.
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -23,11 +23,15 @@ const std::string kModules = QUILLMORE_TEST_MODULES;
 class LinuxAuthorizationModule : public testing::Test {
 protected:
     LinuxAuthorizationModule() { use("fake"); }
-    ~LinuxAuthorizationModule() override { ::unsetenv("QUILLMORE_TEST_POLKIT_ANSWER"); }
+    ~LinuxAuthorizationModule() override {
+        ::unsetenv("QUILLMORE_TEST_POLKIT_ANSWER");
+        ::unsetenv("QUILLMORE_TEST_POLKIT_PROBLEM");
+    }
 
     void use(const std::string& module) {
         platform::LinuxAuthorizationOptions options;
         options.moduleFolder = kModules + "/" + module;
+        options.programFolder = QUILLMORE_TEST_HELPERS;
         options.pkexecPath = folder.path() + "/pkexec";
         options.effectiveUser = 1000;
         options.problems = &problems;
@@ -44,6 +48,8 @@ protected:
         std::ofstream(path) << "#!/bin/sh\n" << body << "\n";
         ::chmod(path.c_str(), 0755);
     }
+    /// What pkexec does once it is answered.
+    void becomeTheProgram() const { writePkexec("shift; exec \"$@\""); }
     OSStatus execute(const std::vector<std::string>& shellArguments,
                      Communications communications = Communications::none) {
         EXPECT_EQ(ask("0"), 0);
@@ -60,26 +66,37 @@ protected:
 };
 
 TEST_F(LinuxAuthorizationModule, EveryAnswerHasItsStatus) {
-    EXPECT_EQ(ask("0"), platform::kAuthorizationSuccess);
+    becomeTheProgram();
     EXPECT_EQ(ask("1"), platform::kAuthorizationDenied);
-    EXPECT_EQ(ask("2"), platform::kAuthorizationInteractionNotAllowed);
-    EXPECT_EQ(ask("3"), platform::kAuthorizationCanceled);
+    EXPECT_EQ(ask("2", 0), platform::kAuthorizationInteractionNotAllowed);
     EXPECT_TRUE(problems.take().empty());
-    EXPECT_EQ(ask("4"), platform::kAuthorizationInternal);
+    EXPECT_EQ(ask("3"), platform::kAuthorizationInternal);
     EXPECT_EQ(ask("99"), platform::kAuthorizationInternal);
+    EXPECT_EQ(ask("0"), platform::kAuthorizationSuccess);
 }
 
-TEST_F(LinuxAuthorizationModule, OwnActionIsAskedFirstAndTheFlagIsPassedOn) {
-    ask("4", kAuthorizationFlagInteractionAllowed);
-    ask("4", platform::kAuthorizationFlagExtendRights | platform::kAuthorizationFlagPreAuthorize);
-    const std::string asked =
-        "polkit: asked com.quillmore.launcher.administer org.freedesktop.policykit.exec "
-        "interaction ";
-    EXPECT_THAT(problems.take(), testing::ElementsAre(asked + "1", asked + "0"));
+TEST_F(LinuxAuthorizationModule, NameOfTheProgramSaysWhatItIsFor) {
+    using platform::AuthorizationPurpose;
+    const std::string asked = std::string("polkit: asked ") + QUILLMORE_TEST_HELPERS;
+    for (const auto purpose :
+         {AuthorizationPurpose::general, AuthorizationPurpose::installComponents,
+          AuthorizationPurpose::moveToApplications}) {
+        reference->purpose = purpose;
+        ask("3");
+    }
+    EXPECT_THAT(problems.take(), testing::ElementsAre(asked + "/quillmore-administrator",
+                                                      asked + "/quillmore-install-components",
+                                                      asked + "/quillmore-move-to-applications"));
+}
+
+TEST_F(LinuxAuthorizationModule, RightThatIsHeldIsNotAskedForAgain) {
+    becomeTheProgram();
+    EXPECT_EQ(ask("0"), platform::kAuthorizationSuccess);
+    EXPECT_EQ(ask("1"), platform::kAuthorizationSuccess);
 }
 
 TEST_F(LinuxAuthorizationModule, RefusedRightDoesNotExecute) {
-    writePkexec("exec \"$@\"");
+    becomeTheProgram();
     EXPECT_EQ(ask("1"), platform::kAuthorizationDenied);
     EXPECT_EQ(authorization->executeWithPrivileges(*reference, "/bin/sh", {}, Communications::none,
                                                    started),
@@ -101,71 +118,58 @@ TEST_F(LinuxAuthorizationModule, LibraryThatIsNoModuleIsNotUsed) {
 }
 
 TEST_F(LinuxAuthorizationModule, ToolThatRunsOnIsASuccessAtOnce) {
-    writePkexec("exec \"$@\"");
-    ASSERT_EQ(execute({"-c", "exec sleep 1000"}), 0);
-    EXPECT_FALSE(spawner->poll(started.process).has_value());
-    ::kill(started.process, SIGKILL);
-    EXPECT_TRUE(spawner->wait(started.process).signalled);
+    becomeTheProgram();
+    ASSERT_EQ(execute({"-c", "echo $$; exec sleep 1000"}, Communications::stream), 0);
+    char number[16] = {};
+    ASSERT_GT(::read(started.communicationsStream.get(), number, sizeof number - 1), 0);
+    ::kill(std::atoi(number), SIGKILL);
+    EXPECT_TRUE(started.wait().signalled);
 }
 
 TEST_F(LinuxAuthorizationModule, ToolThatFailsDidRunWhateverItsStatus) {
-    writePkexec("exec \"$@\"");
+    becomeTheProgram();
     for (const int status : {0, 1, 126, 127}) {
         ASSERT_EQ(execute({"-c", "exit " + std::to_string(status)}), 0);
-        EXPECT_EQ(spawner->wait(started.process).value, status);
+        EXPECT_EQ(started.wait().value, status);
     }
-}
-
-TEST_F(LinuxAuthorizationModule, ToolKilledBySignalDidRun) {
-    writePkexec("exec \"$@\"");
-    ASSERT_EQ(execute({"-c", "kill -9 $$"}), 0);
-    EXPECT_TRUE(spawner->wait(started.process).signalled);
 }
 
 TEST_F(LinuxAuthorizationModule, ToolAndArgumentsArePassedThrough) {
-    writePkexec("exec \"$@\"");
-    ASSERT_EQ(
-        execute({"-c", "printf '<%s>' \"$@\"", "name", "a b", "--user"}, Communications::stream),
-        0);
+    becomeTheProgram();
+    ASSERT_EQ(execute({"-c", "printf '<%s>' \"$@\"", "name", "a b", "", "--user"},
+                      Communications::stream),
+              0);
     char buffer[64];
     const ssize_t count = ::read(started.communicationsStream.get(), buffer, sizeof buffer);
     EXPECT_EQ(std::string(buffer, count > 0 ? static_cast<std::size_t>(count) : 0),
-              "<a b><--user>");
-    spawner->wait(started.process);
+              "<a b><><--user>");
 }
 
-TEST_F(LinuxAuthorizationModule, EndOfPkexecBeforeTheToolHasItsStatus) {
+TEST_F(LinuxAuthorizationModule, EndOfPkexecBeforeTheProgramHasItsStatus) {
     writePkexec("exit 126");
-    EXPECT_EQ(execute({}), platform::kAuthorizationCanceled);
+    EXPECT_EQ(ask("2"), platform::kAuthorizationCanceled);
+    writePkexec("echo 'Error executing command as another user: Not authorized' >&2; exit 127");
+    EXPECT_EQ(ask("2"), platform::kAuthorizationDenied);
+    EXPECT_TRUE(problems.take().empty());
     for (const char* body : {"exit 127", "exit 1", "exit 0", "kill -9 $$"}) {
         writePkexec(body);
-        EXPECT_EQ(execute({}), platform::kAuthorizationToolExecuteFailure) << body;
+        EXPECT_EQ(ask("2"), platform::kAuthorizationInternal) << body;
     }
-    EXPECT_EQ(started.process, 0);
+    EXPECT_THAT(problems.take(), testing::Each("pkexec: "));
 }
 
-TEST_F(LinuxAuthorizationModule, MissingPkexecIsAnExecuteFailure) {
-    EXPECT_EQ(execute({}), platform::kAuthorizationToolExecuteFailure);
+TEST_F(LinuxAuthorizationModule, WhatPkexecSaysIsReportedOnOneLine) {
+    writePkexec("printf 'one\\ntwo\\n' >&2; exit 127");
+    EXPECT_EQ(ask("0"), platform::kAuthorizationInternal);
+    EXPECT_THAT(problems.take(), testing::ElementsAre("pkexec: one two"));
+}
+
+TEST_F(LinuxAuthorizationModule, MissingPkexecIsAnInternalErrorAndReported) {
+    EXPECT_EQ(ask("0"), platform::kAuthorizationInternal);
     EXPECT_THAT(problems.take(), testing::SizeIs(1));
 }
 
-TEST_F(LinuxAuthorizationModule, HiddenProcessesAreToldByTheExitStatus) {
-    platform::LinuxAuthorizationOptions options;
-    options.moduleFolder = kModules + "/fake";
-    options.pkexecPath = folder.path() + "/pkexec";
-    options.procFolder = folder.path();  // no names to be had
-    options.effectiveUser = 1000;
-    authorization = std::make_unique<platform::LinuxAuthorization>(*spawner, options);
-    writePkexec("exit 126");
-    EXPECT_EQ(execute({}), platform::kAuthorizationCanceled);
-    writePkexec("exit 127");
-    EXPECT_EQ(execute({}), platform::kAuthorizationToolExecuteFailure);
-    writePkexec("exec \"$@\"");
-    ASSERT_EQ(execute({"-c", "exit 3"}), 0);
-    EXPECT_EQ(spawner->wait(started.process).value, 3);
-}
-
-/// The module gives an agent for the terminal, and this is what befell it.
+/// No desktop asks; the module has an agent for the terminal, and this is what befell it.
 class LinuxAuthorizationAgent : public LinuxAuthorizationModule {
 protected:
     LinuxAuthorizationAgent() { ::setenv("QUILLMORE_TEST_POLKIT_AGENT", path().c_str(), 1); }
@@ -177,32 +181,41 @@ protected:
         for (std::string line; std::getline(file, line);) lines.push_back(line);
         return lines;
     }
+    /// A pkexec that finds somebody to ask once there is an agent.
+    void writeAsking(const std::string& afterwards) const {
+        writePkexec("[ -e '" + path() +
+                    "' ] || { echo 'No authentication agent found.' >&2; exit 127; }\n" +
+                    "while ! grep -q attended '" + path() + "'; do :; done\n" + afterwards);
+    }
 };
 
-TEST_F(LinuxAuthorizationAgent, AgentMayAskUntilTheToolRuns) {
-    writePkexec("while ! [ -s \"" + path() + "\" ]; do :; done; exec \"$@\"");
-    ASSERT_EQ(execute({"-c", "exit 3"}), 0);
-    EXPECT_EQ(spawner->wait(started.process).value, 3);
-    auto seen = events();
-    ASSERT_GE(seen.size(), 2U);
-    EXPECT_EQ(seen.back(), "released");
-    seen.pop_back();
-    EXPECT_THAT(seen, testing::Each("attended"));
+TEST_F(LinuxAuthorizationAgent, AgentMayAskUntilTheProgramRuns) {
+    writeAsking("shift; exec \"$@\"");
+    reference->question = "why";
+    EXPECT_EQ(ask("2"), platform::kAuthorizationSuccess);
+    EXPECT_THAT(events(), testing::ElementsAre("made <why>", "attended", "released"));
+    EXPECT_TRUE(problems.take().empty());
 }
 
-TEST_F(LinuxAuthorizationAgent, AgentStaysAfterADismissalAndGoesWithTheReference) {
-    writePkexec("exit 126");
-    ASSERT_EQ(execute({}), platform::kAuthorizationCanceled);
-    EXPECT_THAT(events(), testing::Not(testing::Contains("released")));
-    authorization->free(std::move(reference));
+TEST_F(LinuxAuthorizationAgent, DismissalOnTheTerminalIsTheCancellation) {
+    writeAsking("exit 126");
+    EXPECT_EQ(ask("2"), platform::kAuthorizationCanceled);
     EXPECT_EQ(events().back(), "released");
 }
 
-TEST_F(LinuxAuthorizationAgent, AgentOfAnEarlierQuestionGoesBeforeTheNextOne) {
-    ASSERT_EQ(ask("0"), 0);
+TEST_F(LinuxAuthorizationAgent, AgentOfADesktopLeavesTheTerminalAlone) {
+    becomeTheProgram();
+    EXPECT_EQ(ask("2"), platform::kAuthorizationSuccess);
     EXPECT_THAT(events(), testing::IsEmpty());
-    ASSERT_EQ(ask("0"), 0);
-    EXPECT_THAT(events(), testing::ElementsAre("released"));
+}
+
+TEST_F(LinuxAuthorizationModule, NobodyToAskIsNoInteractionOrTheAgentsProblem) {
+    writePkexec("echo 'No authentication agent found.' >&2; exit 127");
+    EXPECT_EQ(ask("2"), platform::kAuthorizationInteractionNotAllowed);
+    EXPECT_TRUE(problems.take().empty());
+    ::setenv("QUILLMORE_TEST_POLKIT_PROBLEM", "it broke", 1);
+    EXPECT_EQ(ask("2"), platform::kAuthorizationInternal);
+    EXPECT_THAT(problems.take(), testing::ElementsAre("polkit: it broke"));
 }
 
 /// Whether a library whose name contains the text is mapped into this process.

@@ -3,11 +3,13 @@
 //   execute PATH ARGUMENT... the status
 //   stream PATH ARGUMENT...  the status, then what the tool wrote
 //   wait                     "exit N" or "signal N" of the tool that was started
+//   free                     "freed"; what follows is about another reference
+//   purpose install|move WHY "set" for the next question
 //   mapped TEXT              whether a library of that name is mapped
 //   warn                     "warned" after a critical warning of GLib
 //   loop                     "runs" with GLib's main loop turning from now on, as a toolkit's may
-// Argument: the folder of the polkit module. Problems go to standard error. The termination signals
-// are blocked as in the launcher.
+// Arguments: the folders of the polkit module and of the privileged program. Problems go to
+// standard error. The termination signals are blocked as in the launcher.
 #include <dlfcn.h>
 #include <signal.h>
 #include <unistd.h>
@@ -29,7 +31,8 @@ namespace {
 
 class Probe {
 public:
-    explicit Probe(const char* moduleFolder) : authorization_(*spawner_, options(moduleFolder)) {
+    Probe(const char* moduleFolder, const char* programFolder)
+        : authorization_(*spawner_, options(moduleFolder, programFolder)) {
         authorization_.create(reference_);
     }
 
@@ -39,6 +42,8 @@ public:
         if (command == "execute") return execute(words, Communications::none);
         if (command == "stream") return execute(words, Communications::stream);
         if (command == "wait") return wait();
+        if (command == "free") return free();
+        if (command == "purpose") return purpose(words);
         if (command == "mapped") return mapped(words.at(1));
         if (command == "loop") return loop();
         if (command == "warn") return warn();
@@ -46,9 +51,10 @@ public:
     }
 
 private:
-    LinuxAuthorizationOptions options(const char* moduleFolder) {
+    LinuxAuthorizationOptions options(const char* moduleFolder, const char* programFolder) {
         LinuxAuthorizationOptions options;
         options.moduleFolder = moduleFolder;
+        options.programFolder = programFolder;
         options.problems = &problems_;
         return options;
     }
@@ -66,8 +72,19 @@ private:
         while (::read(started_.communicationsStream.get(), &letter, 1) == 1) text += letter;
         return text;
     }
+    std::string free() {
+        authorization_.free(std::move(reference_));
+        authorization_.create(reference_);
+        return "freed";
+    }
+    std::string purpose(const std::vector<std::string>& words) {
+        reference_->purpose = words.at(1) == "install" ? AuthorizationPurpose::installComponents
+                                                       : AuthorizationPurpose::moveToApplications;
+        reference_->question = words.at(2);
+        return "set";
+    }
     std::string wait() {
-        const ProcessEnd end = spawner_->wait(started_.process);
+        const ProcessEnd end = started_.wait();
         return (end.signalled ? "signal " : "exit ") + std::to_string(end.value);
     }
     static std::string mapped(const std::string& text) {
@@ -108,12 +125,12 @@ private:
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-    if (argumentCount != 2) return 2;
+    if (argumentCount != 3) return 2;
     sigset_t watched;
     ::sigemptyset(&watched);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::sigaddset(&watched, signal);
     ::pthread_sigmask(SIG_BLOCK, &watched, nullptr);
-    Probe probe(arguments[1]);
+    Probe probe(arguments[1], arguments[2]);
     std::string line;
     while (std::getline(std::cin, line)) {
         std::istringstream stream(line);

@@ -1,5 +1,5 @@
 // A module that answers what the environment says, and names what it was asked. Where the
-// environment names a file, it gives an agent, and that file gets a line for whatever befalls it.
+// environment names a file, it has an agent, and that file gets a line for whatever befalls it.
 #include <poll.h>
 
 #include <cstdio>
@@ -15,27 +15,32 @@
 
 struct QuillmorePolkitAgent {
     std::string file;
-    void note(const char* line) const { std::ofstream(file, std::ios::app) << line << "\n"; }
+    void note(const std::string& line) const { std::ofstream(file, std::ios::app) << line << "\n"; }
 };
 
 namespace {
 
-QuillmorePolkitAnswer answer(const QuillmorePolkitQuestion* question, QuillmorePolkitAgent** agent,
-                             char* text, size_t textSize) {
-    const char* file = std::getenv("QUILLMORE_TEST_POLKIT_AGENT");
-    *agent = file != nullptr ? new QuillmorePolkitAgent{file} : nullptr;
-    std::string asked = "asked";
-    for (auto* action = question->actions; *action != nullptr; ++action)
-        asked += std::string(" ") + *action;
-    std::snprintf(text, textSize, "%s interaction %d", asked.c_str(), question->interactionAllowed);
+QuillmorePolkitAnswer checkProgram(const char* program, char* text, size_t textSize) {
+    std::snprintf(text, textSize, "asked %s", program);
     const char* given = std::getenv("QUILLMORE_TEST_POLKIT_ANSWER");
-    return static_cast<QuillmorePolkitAnswer>(std::atoi(given != nullptr ? given : "4"));
+    return static_cast<QuillmorePolkitAnswer>(std::atoi(given != nullptr ? given : "3"));
 }
 
-void attend(QuillmorePolkitAgent* agent, int descriptor, int32_t milliseconds) {
+QuillmorePolkitAgent* makeAgent(const QuillmorePolkitTerminal*, const char* reason, char* text,
+                                size_t textSize) {
+    const char* problem = std::getenv("QUILLMORE_TEST_POLKIT_PROBLEM");
+    std::snprintf(text, textSize, "%s", problem != nullptr ? problem : "");
+    const char* file = std::getenv("QUILLMORE_TEST_POLKIT_AGENT");
+    if (file == nullptr) return nullptr;
+    auto* agent = new QuillmorePolkitAgent{file};
+    agent->note(std::string("made <") + reason + ">");
+    return agent;
+}
+
+void attend(QuillmorePolkitAgent* agent, int descriptor) {
     agent->note("attended");
     pollfd entry{descriptor, POLLIN, 0};
-    ::poll(&entry, 1, milliseconds);
+    ::poll(&entry, 1, -1);
 }
 
 void release(QuillmorePolkitAgent* agent) {
@@ -43,7 +48,7 @@ void release(QuillmorePolkitAgent* agent) {
     delete agent;
 }
 
-const QuillmorePolkitModule theModule{FAKE_VERSION, answer, attend, release};
+const QuillmorePolkitModule theModule{FAKE_VERSION, checkProgram, makeAgent, attend, release};
 
 }  // namespace
 
