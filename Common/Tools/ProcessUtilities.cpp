@@ -1,8 +1,11 @@
 #include "Common/Tools/ProcessUtilities.h"
 
 #include "Common/utils/Applications.h"
+#include "Common/utils/Logging.h"
 #include "Platform/Ports/Services.h"
+#include "Platform/Processes/Environment.h"
 #include "Platform/Processes/Task.h"
+#include "Platform/Settings/Bundle.h"
 #include "Platform/Values/Exception.h"
 #include "Platform/Values/Format.h"
 
@@ -10,12 +13,19 @@ namespace quillmore {
 
 namespace {
 
+/// The bundle's own ps comes first: it does not cut names.
+std::vector<std::string> environmentOfPipelines() {
+    return platform::withFolderFirstInPath(platform::environmentOfThisProcess(),
+                                           platform::services().mainBundle->programsPath());
+}
+
 /// True when the pipeline's last command succeeds. One that cannot run finds nothing.
 bool pipelineMatches(std::string pipeline) {
     try {
         platform::Task task(*platform::services().processes);
         task.setLaunchPath("/bin/sh");
         task.setArguments({"-c", std::move(pipeline)});
+        task.setEnvironment(environmentOfPipelines());
         task.launch();
         task.waitUntilExit();
         return task.terminationStatus() == 0;
@@ -27,6 +37,9 @@ bool pipelineMatches(std::string pipeline) {
 }  // namespace
 
 bool ProcessUtilities::quillmoreCoreAlreadyRunning(const std::string& processName) {
+    if (!platform::isProgramInPath(environmentOfPipelines(), "ps")) {
+        logError("Cannot see whether \"%@\" is running: there is no program \"ps\"", processName);
+    }
     // Deliberate: the name goes between the quotes as it is, and all three searches always run; the
     // last two look for the fixed product word, whatever the name.
     const bool namedProcessRuns = pipelineMatches(platform::format(

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "Platform/Files/Paths.h"
 
 namespace quillmore::platform {
 
@@ -19,6 +20,10 @@ namespace {
 
 // The files read here have a few hundred bytes; a status file a few thousand.
 constexpr std::size_t kMaximumBytes = 64 * 1024;
+// What the kernel keeps of a name.
+constexpr std::size_t kLongestCommandName = 15;
+// The program, or an interpreter, an option of it and the script.
+constexpr int kWordsThatName = 3;
 
 template <class Number>
 std::optional<Number> numberFrom(std::string_view text) {
@@ -39,6 +44,10 @@ std::optional<std::string_view> fieldAt(std::string_view line, int index) {
         if (index == 0) return line.substr(0, length);
         line.remove_prefix(length);
     }
+}
+
+bool isWholeOf(const std::string& name, const std::string& cut) {
+    return cut.size() < kLongestCommandName ? name == cut : name.starts_with(cut);
 }
 
 /// What stands behind "NAME:" in a status file.
@@ -125,6 +134,29 @@ std::optional<std::string> ProcFolder::commandName(pid_t process) const {
     auto name = read(std::to_string(process), "comm");
     if (name && name->ends_with('\n')) name->pop_back();
     return name;
+}
+
+/// The last component of the first word of the command line that a process is named after.
+std::optional<std::string> ProcFolder::wordWithName(pid_t process, const std::string& name) const {
+    const auto line = read(std::to_string(process), "cmdline");
+    if (!line) return std::nullopt;
+    std::size_t start = 0;
+    for (int word = 0; word < kWordsThatName && start < line->size(); ++word) {
+        std::string last = lastPathComponent(line->c_str() + start);
+        if (isWholeOf(last, name)) return last;
+        start = std::min(line->find('\0', start), line->size()) + 1;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> ProcFolder::wholeName(pid_t process) const {
+    const auto name = commandName(process);
+    if (!name) return std::nullopt;
+    const auto program = executable(process);
+    const std::string programName = program ? lastPathComponent(*program) : "";
+    if (isWholeOf(programName, *name)) return programName;
+    if (auto word = wordWithName(process, *name)) return word;
+    return programName.empty() ? name : programName;
 }
 
 std::optional<pid_t> ProcFolder::ownTracer() const {

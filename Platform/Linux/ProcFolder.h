@@ -26,11 +26,16 @@ public:
     std::optional<uid_t> realUser(pid_t process) const;
     /// The program's name, cut to 15 bytes; of an ended child too, until it is waited for.
     std::optional<std::string> commandName(pid_t process) const;
+    /// The same, whole: of a longer one the kernel's cut is made up from the program file and from
+    /// the first words of the command line, which may be a script's. A process that calls itself
+    /// something else has its program file's name.
+    std::optional<std::string> wholeName(pid_t process) const;
     /// The process that traces the calling one, 0 when none does.
     std::optional<pid_t> ownTracer() const;
 
 private:
     std::optional<std::string> read(const std::string& process, const char* file) const;
+    std::optional<std::string> wordWithName(pid_t process, const std::string& name) const;
 
     std::string folder_;
 };

@@ -1,5 +1,7 @@
 #include "Platform/Processes/Environment.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 extern "C" char** environ;
@@ -32,6 +34,22 @@ std::vector<std::string> withFolderFirstInPath(std::vector<std::string> environm
                       folder + ":" + (entry->size() == kPath.size() ? kUsualFolders : ""));
     }
     return environment;
+}
+
+bool isProgramInPath(const std::vector<std::string>& environment, std::string_view program) {
+    const auto entry =
+        std::ranges::find_if(environment, [](const auto& text) { return text.starts_with(kPath); });
+    std::string_view folders = entry == environment.end()
+                                   ? std::string_view(kUsualFolders)
+                                   : std::string_view(*entry).substr(kPath.size());
+    for (;;) {
+        const std::size_t end = std::min(folders.find(':'), folders.size());
+        std::string path(folders.substr(0, end));
+        path.append("/").append(program);
+        if (::access(path.c_str(), X_OK) == 0) return true;
+        if (end == folders.size()) return false;
+        folders.remove_prefix(end + 1);
+    }
 }
 
 std::string pathWithoutFolder(std::string_view path, std::string_view folder) {

@@ -13,6 +13,8 @@ std::vector<std::string> environmentOfThisProcess();
 /// the system's usual folders follow.
 std::vector<std::string> withFolderFirstInPath(std::vector<std::string> environment,
                                                const std::string& folder);
+/// Whether a shell with the environment would find a program by its name.
+bool isProgramInPath(const std::vector<std::string>& environment, std::string_view program);
 /// The value of a PATH without a folder.
 std::string pathWithoutFolder(std::string_view path, std::string_view folder);
 

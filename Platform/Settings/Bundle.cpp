@@ -53,6 +53,10 @@ std::string Bundle::helpersPath() const {
     return pathByAppending(path_, "Contents/Helpers");
 }
 
+std::string Bundle::programsPath() const {
+    return pathByAppending(path_, "Contents/SharedSupport/bin");
+}
+
 const Dictionary* Bundle::infoDictionary() const {
     const std::lock_guard lock(mutex_);
     return info();

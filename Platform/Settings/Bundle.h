@@ -35,6 +35,8 @@ public:
     std::string plugInsPath() const;
     /// PATH/Contents/Helpers.
     std::string helpersPath() const;
+    /// PATH/Contents/SharedSupport/bin: programs for shell lines, which a system may lack.
+    std::string programsPath() const;
 
     /// The Info.plist; null when it is missing or unreadable.
     const Dictionary* infoDictionary() const;

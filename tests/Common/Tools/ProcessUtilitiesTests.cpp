@@ -43,6 +43,42 @@ TEST_F(CoreRunning, PipelineTextIsOneArgumentOfTheShell) {
     EXPECT_THAT(services.processes.requests.at(0).arguments, ElementsAre("-c", kNamed));
 }
 
+TEST_F(CoreRunning, ProgramsOfTheBundleComeFirst) {
+    running();
+    for (const platform::ProcessRequest& request : services.processes.requests) {
+        ASSERT_TRUE(request.environment);
+        EXPECT_THAT(*request.environment,
+                    testing::Contains(testing::StartsWith(
+                        "PATH=/Applications/Quillmore.app/Contents/SharedSupport/bin:")));
+    }
+}
+
+/// The search path of this process while one lives.
+class SearchPath {
+public:
+    explicit SearchPath(const std::string& folder) : before_(std::getenv("PATH")) {
+        ::setenv("PATH", folder.c_str(), 1);
+    }
+    ~SearchPath() { ::setenv("PATH", before_.c_str(), 1); }
+    SearchPath(const SearchPath&) = delete;
+    SearchPath& operator=(const SearchPath&) = delete;
+
+private:
+    std::string before_;
+};
+
+TEST_F(CoreRunning, MissingProgramForTheTableIsLoggedOnce) {
+    const SearchPath path(services.host("/tmp"));
+    CapturedOutput captured;
+    EXPECT_FALSE(running());
+    EXPECT_THAT(messages(captured.take().standardError),
+                ElementsAre("Cannot see whether \"AcmeCore\" is running: there is no program "
+                            "\"ps\""));
+    services.makeFile("/tmp/ps", "", 0755);
+    running();
+    EXPECT_EQ(captured.take().standardError, "");
+}
+
 TEST_F(CoreRunning, AnyOfTheThreeSufficesAndAllStillRun) {
     for (const char* pipeline : {kNamed, kMac, kCore}) {
         services.processes.started.clear();

@@ -42,6 +42,39 @@ TEST(ProcFolder, CommandNameLosesOnlyItsFinalLineEnd) {
     EXPECT_EQ(ProcFolder(fake.path()).commandName(5), "two\nlines ");
 }
 
+TEST(ProcFolder, WholeNameIsTheProgramFilesThatTheCutNameBegins) {
+    const FakeProcFolder fake;
+    fake.add(5, {.executable = "/opt/AcmeLongProductCore", .name = "AcmeLongProduct"});
+    EXPECT_EQ(ProcFolder(fake.path()).wholeName(5), "AcmeLongProductCore");
+}
+
+TEST(ProcFolder, WholeNameOfAnotherUsersProcessIsTheCommandLines) {
+    const FakeProcFolder fake;
+    fake.add(5, {.name = "AcmeLongProduct"});
+    FakeProcFolder::write(fake.path() + "/5/cmdline",
+                          std::string("/opt/AcmeLongProductCore\0-x", 27));
+    EXPECT_EQ(ProcFolder(fake.path()).wholeName(5), "AcmeLongProductCore");
+}
+
+TEST(ProcFolder, NameThatWasNotCutIsWholeWhateverItBegins) {
+    const FakeProcFolder fake;
+    fake.add(5, {.name = "AcmeLongProduc"});
+    FakeProcFolder::write(fake.path() + "/5/cmdline", "/opt/AcmeLongProductCore");
+    EXPECT_EQ(ProcFolder(fake.path()).wholeName(5), "AcmeLongProduc");
+}
+
+TEST(ProcFolder, ProcessThatRenamedItselfHasItsProgramsName) {
+    const FakeProcFolder fake;
+    fake.add(5, {.executable = "/opt/AcmeLongProductCore", .name = "main"});
+    EXPECT_EQ(ProcFolder(fake.path()).wholeName(5), "AcmeLongProductCore");
+}
+
+TEST(ProcFolder, ProcessOfTheKernelHasTheNameThatItKeeps) {
+    const FakeProcFolder fake;
+    fake.add(5, {.name = "kworker/u8:flus"});
+    EXPECT_EQ(ProcFolder(fake.path()).wholeName(5), "kworker/u8:flus");
+}
+
 TEST(ProcFolder, OnlyNumberedFoldersAreProcesses) {
     const FakeProcFolder fake;
     for (const int number : {1, 22, 4194304}) fake.add(number, {});
@@ -57,6 +90,7 @@ TEST(ProcFolder, AMissingProcessOrFolderAnswersNothing) {
     EXPECT_EQ(folder.startTime(5), std::nullopt);
     EXPECT_EQ(folder.realUser(5), std::nullopt);
     EXPECT_EQ(folder.commandName(5), std::nullopt);
+    EXPECT_EQ(folder.wholeName(5), std::nullopt);
     EXPECT_TRUE(ProcFolder(fake.path() + "/missing").processes().empty());
 }
 

@@ -32,6 +32,13 @@ TEST(Environment, WithoutAPathTheUsualFoldersFollow) {
                 ElementsAre("PATH=/b:/usr/bin:/bin:/usr/sbin:/sbin"));
 }
 
+TEST(Environment, ProgramIsLookedForInEachFolderOfThePath) {
+    EXPECT_TRUE(platform::isProgramInPath({"A=1", "PATH=/none:/usr/bin:/bin"}, "sh"));
+    EXPECT_TRUE(platform::isProgramInPath({"A=1"}, "sh"));
+    EXPECT_FALSE(platform::isProgramInPath({"PATH=/none:/dev"}, "sh"));
+    EXPECT_FALSE(platform::isProgramInPath({"PATH=/bin"}, "no such program"));
+}
+
 TEST(Environment, FolderIsTakenOutOfAPath) {
     EXPECT_EQ(platform::pathWithoutFolder("/b:/usr/bin:/b:/bin", "/b"), "/usr/bin:/bin");
     EXPECT_EQ(platform::pathWithoutFolder("/bin:/b", "/b"), "/bin");

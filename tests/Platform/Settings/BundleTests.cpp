@@ -37,6 +37,7 @@ TEST_F(BundleTest, FoldersLieInContents) {
     EXPECT_EQ(bundle.resourcePath(), "/Apps/Test.app/Contents/Resources");
     EXPECT_EQ(bundle.plugInsPath(), "/Apps/Test.app/Contents/PlugIns");
     EXPECT_EQ(bundle.helpersPath(), "/Apps/Test.app/Contents/Helpers");
+    EXPECT_EQ(bundle.programsPath(), "/Apps/Test.app/Contents/SharedSupport/bin");
     EXPECT_EQ(bundle.bundlePath(), "/Apps/Test.app/");
 }
 
