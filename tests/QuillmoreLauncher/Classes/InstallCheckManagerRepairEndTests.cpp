@@ -92,6 +92,14 @@ TEST_F(EndOfRepair, RunThatFindsSomethingMissingSaysSo) {
     EXPECT_THAT(services.workspace.launched, IsEmpty());
 }
 
+TEST_F(EndOfRepair, RunThatMissesWhatNoRepairIsCountedForSaysSo) {
+    makeCatalogue({package()});
+    manager().runQuillmore();
+    EXPECT_EQ(state().numberRepairsRequired, 0);
+    expectAlertSheet("RunFailedTitle");
+    EXPECT_THAT(services.workspace.launched, IsEmpty());
+}
+
 TEST_F(EndOfRepair, RunWithEverythingInOrderLaunchesTheCore) {
     EXPECT_THROW(manager().runQuillmore(), Termination);
     EXPECT_EQ(services.workspace.launched.size(), 1U);

@@ -46,6 +46,15 @@ TEST_F(SelfRepair, EveryEntryOfItsNameIsTheUpdateToolWhateverItsType) {
               "execute " + r("other") + " repair " + r("updateqm.sig"));
 }
 
+TEST_F(SelfRepair, PackageOfTheUpdateToolsNameIsInstalledInItsTurnAsWell) {
+    Dictionary bundle = package();
+    bundle["Name"] = "updateqm";
+    bundle["Resource"] = "updateqm";
+    check({core(), bundle});
+    EXPECT_THAT(run(), ElementsAre("repaircore " + r("core"), "repairpackage " + r("fs.pkg")));
+    EXPECT_EQ(services.authorization.calls.size(), 4U);
+}
+
 TEST_F(SelfRepair, EveryItemIsRepairedInCatalogueOrder) {
     Dictionary rootTool = tool("QMToolRoot");
     rootTool["Resource"] = "root.zip";

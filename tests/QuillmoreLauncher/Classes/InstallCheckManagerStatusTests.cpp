@@ -214,6 +214,11 @@ TEST_F(ToolRootStatus, OldToolIsCounted) {
     expectStatus(root, "Old Version", kCounted);
 }
 
+TEST_F(ToolRootStatus, OldToolWithWrongPermissionsIsOld) {
+    installTool(kUpdateTool, kOldBanner, 0755);
+    expectStatus(root, "Old Version", kCounted);
+}
+
 TEST_F(ToolRootStatus, ToolWithoutSetUserIdBitIsWrongPermissions) {
     installTool(kUpdateTool, kCurrentBanner, 0755);
     expectStatus(root, "Wrong Permissions", kCounted);
