@@ -49,6 +49,20 @@ TEST_F(BrandingLogo, EveryOtherBrandWithoutAUsersFileHasTheStandardOne) {
         EXPECT_EQ(widthFor(brand), 1) << brand;
 }
 
+TEST_F(BrandingLogo, ApplicationsOwnLogoOfAnyBrandButFifteenIsNotLookedFor) {
+    for (const std::int32_t brand : {14, 16, 20, 10000, 10001}) {
+        services.makeResource("logo-" + std::to_string(brand) + ".bmp", bitmapFile(99, 1));
+        EXPECT_EQ(widthFor(brand), 1) << brand;
+    }
+}
+
+TEST_F(BrandingLogo, UsersOwnFileCountsOnBothSidesOfTheFirstReseller) {
+    for (const std::int32_t brand : {10000, 10001}) {
+        makeUsersLogo(brand, bitmapFile(70, 1));
+        EXPECT_EQ(widthFor(brand), 70) << brand;
+    }
+}
+
 TEST_F(BrandingLogo, UnreadableUsersFileFallsBackToTheStandardOne) {
     makeUsersLogo(7, "no picture");
     makeUsersLogo(15, "");

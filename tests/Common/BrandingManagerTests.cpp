@@ -226,6 +226,14 @@ TEST_F(Branding, StrippedKeyWithoutEntryGivesThePlainText) {
     EXPECT_EQ(stripped("Open", "Acme"), "plain text");
 }
 
+TEST_F(Branding, AbsentSectionIsLookedUpAsItPrints) {
+    useTable({{"(null)_Title", "of no section"}, {"Title", "plain"}, {"Other", "other"}});
+    EXPECT_EQ(QMLocalizedMonoString(kAbsent, "Title"), "of no section");
+    EXPECT_EQ(QMLocalizedMonoString(kAbsent, "Other"), "other");
+    EXPECT_EQ(QMLocalizedMonoStringStripProduct(kAbsent, "Title"), "of no section");
+    EXPECT_EQ(QMLocalizedMonoStringStripProduct(kAbsent, "Other"), "other");
+}
+
 TEST_F(Branding, DamagedTableIsLoggedOnce) {
     services.makeResource("en.lproj/Localizable.strings", std::string("\"ProductName\" = "));
     CapturedOutput captured;

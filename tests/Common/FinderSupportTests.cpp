@@ -189,6 +189,17 @@ TEST_F(FinderCache, RetryAlwaysRefreshesAndCountsAsARefresh) {
     EXPECT_THAT(executed(), ElementsAre(plain, retry, retry));
 }
 
+TEST_F(FinderCache, WhatARetryReadIsAsOldAsTheRetry) {
+    items(false);
+    pass(2);
+    items(true);
+    pass(2);
+    EXPECT_THAT(items(false), ElementsAre("/r"));
+    pass(0.501);
+    EXPECT_THAT(items(false), ElementsAre("/a", "/b c"));
+    EXPECT_THAT(executed(), ElementsAre(plain, retry, plain));
+}
+
 TEST_F(FinderCache, AgeCountsFromBeforeTheScriptRan) {
     services.scriptRunner.onExecute = [this] { pass(2); };
     items(false);

@@ -79,6 +79,39 @@ TEST_F(HeaderDrawing, SmallLogoIsDrawnUnscaledWithItsOffsetTruncated) {
     EXPECT_EQ(drawn()[1], "image picture.bmp 445 17 40 25");
 }
 
+TEST_F(HeaderDrawing, LogoIsScaledFromTheFirstPointAboveTheBannersHeight) {
+    setLastUsersBrand(1);
+    view->setLogoImage(picture(122, 61));
+    EXPECT_EQ(drawn()[1], "image picture.bmp 365 0 120 60");
+    view->setLogoImage(picture(122, 60));
+    EXPECT_EQ(drawn()[1], "image picture.bmp 363 0 122 60");
+    view->setLogoImage(picture(122, 59));
+    EXPECT_EQ(drawn()[1], "image picture.bmp 363 0 122 59");
+}
+
+TEST_F(HeaderDrawing, ColoursFillAViewOfAnyHeightAndTheBannerStaysAtItsFoot) {
+    for (const int height : {30, 90}) {
+        view.emplace("checkHeaderView", platform::Rect{0, 0, 500, double(height)});
+        view->setTitle("Title");
+        const std::string fill = "fill 0 0 500 " + std::to_string(height);
+        setLastUsersBrand(1);
+        EXPECT_EQ(drawn(), (Calls{"image appheade_bg.png 0 0 500 60",
+                                  "image appheader_logo.png 365 0 120 60",
+                                  "text \"Title\" in 20 20 340 20" + kWhite}));
+        setLastUsersBrand(15);
+        EXPECT_EQ(drawn(),
+                  (Calls{fill + " black", "image logo-15.bmp 470 20 15 20",
+                         "fill 0 0 500 1 darkGray", "text \"Title\" in 20 20 445 20" + kWhite}));
+        setLastUsersBrand(7);
+        EXPECT_EQ(drawn()[0], fill + " white");
+        setLastUsersBrand(10001);
+        EXPECT_EQ(drawn()[0], "image resellerheader_bg.png 0 0 500 60");
+        view->setUseWelcomeBranding(true);
+        delegate.brand = 10001;
+        EXPECT_EQ(drawn()[0], fill + " white");
+    }
+}
+
 TEST_F(HeaderDrawing, OnePixelLogoAndAWideOne) {
     setLastUsersBrand(1);
     view->setLogoImage(picture(1, 1));

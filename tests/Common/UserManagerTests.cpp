@@ -261,6 +261,15 @@ TEST_F(Users, EveryRecordOfTheAccountIsRenamed) {
     }
 }
 
+TEST_F(Users, AccountNumbersBeyond32BitsCountAsTheLargestOne) {
+    const Dictionary above = {{kUserUserName, "a"}, {kUserAccountId, (std::int64_t{1} << 32) + 5}};
+    useUsers({above});
+    manager.updateUserWithUsername("x", 5);
+    EXPECT_EQ(manager.userList(), Array{above});
+    manager.updateUserWithUsername("x", 2147483647);
+    EXPECT_TRUE(manager.doesUserKeyExists("x"));
+}
+
 TEST_F(Users, NamelessRecordOfTheAccountIsSavedUnderTheNameAndStaysUntilTheNextLoad) {
     const Dictionary nameless = {{kUserAccountId, 5}};
     const Dictionary named = {{kUserUserName, "new"}, {kUserAccountId, 5}};
