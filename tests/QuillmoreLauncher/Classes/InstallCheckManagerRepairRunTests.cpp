@@ -55,6 +55,22 @@ TEST_F(SelfRepair, PackageOfTheUpdateToolsNameIsInstalledInItsTurnAsWell) {
     EXPECT_EQ(services.authorization.calls.size(), 4U);
 }
 
+TEST_F(SelfRepair, ItemsOfItsNameThatAreNoToolsAreRepairedInTheirTurnAsWell) {
+    std::vector<Dictionary> items{core(), zipItem("FinderCM"), zipItem("FinderOverlayInsert")};
+    for (Dictionary& item : items) item["Name"] = "updateqm";
+    check(items);
+    const std::string archive = "repairzipitem " + r("f.zip") + " " + r("f.sig") + " " + kPlugIn;
+    EXPECT_THAT(run(), ElementsAre("repaircore " + r("core"), archive, archive));
+}
+
+TEST_F(SelfRepair, EntriesOfOneNameHaveEachTheirOwnStatus) {
+    Dictionary missing = tool();
+    missing["InstallPath"] = "/Library/Tools/other";
+    installTool(kTool);
+    check({tool(), missing});
+    EXPECT_THAT(run(), ElementsAre("repairother " + r("t.zip") + " " + r("t.sig")));
+}
+
 TEST_F(SelfRepair, EveryItemIsRepairedInCatalogueOrder) {
     Dictionary rootTool = tool("QMToolRoot");
     rootTool["Resource"] = "root.zip";
@@ -91,6 +107,7 @@ TEST_F(SelfRepair, ItemsThatAreNotRequiredAreLeftAlone) {
     EXPECT_THAT(state().requiredItemsStatusList, testing::Each("Not Required"));
     EXPECT_THAT(run(), IsEmpty());
     EXPECT_EQ(services.authorization.calls.size(), 4U);  // but the update tool is, as always
+    EXPECT_FALSE(reportsFailure());
 }
 
 TEST_F(SelfRepair, PackagesWithoutInstallerAreSkipped) {

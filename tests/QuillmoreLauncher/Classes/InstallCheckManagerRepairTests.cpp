@@ -140,6 +140,12 @@ TEST_F(SelfRepair, EntryThatIsNotInTheCatalogueHasNoStatus) {
     EXPECT_THAT(commands(), IsEmpty());
 }
 
+TEST_F(SelfRepair, BeforeTheFirstCheckNoEntryHasAStatus) {
+    makeCatalogue({core()});
+    EXPECT_TRUE(manager().repairCoreApp(RequiredItem(core())));
+    EXPECT_THAT(commands(), IsEmpty());
+}
+
 TEST_F(SelfRepair, UpdateToolIsInstalledWhateverItsStatus) {
     installTool(kUpdateTool, kCurrentBanner, 04755);
     check({updateTool()});
