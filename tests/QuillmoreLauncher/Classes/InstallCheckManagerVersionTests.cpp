@@ -47,12 +47,6 @@ TEST_F(InstallCheckVersion, BundleWithoutReadableVersionHasNone) {
     EXPECT_EQ(getBundleVersion(RequiredItem{Dictionary()}), std::nullopt);
 }
 
-TEST_F(InstallCheckVersion, EmptyInstallPathIsNotTheRootFolder) {
-    installBundle("", "3.4.5");
-    EXPECT_EQ(getBundleVersion(itemAt("/")), (Version{3, 4, 5}));
-    EXPECT_EQ(getBundleVersion(itemAt("")), std::nullopt);
-}
-
 TEST_F(InstallCheckVersion, DamagedInformationFileIsNamedInTheLog) {
     services.makeFile("/damaged/Contents/Info.plist", "<plist>");
     getBundleVersion(itemAt("/damaged"));
