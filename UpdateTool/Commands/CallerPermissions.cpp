@@ -51,15 +51,27 @@ bool repairOwnCore(const Context& context, const std::string& path) {
     return true;
 }
 
+/// The folder that the application's core lies in. An application may be a user's, who may have
+/// mounted anything in it.
+FileDescriptor openTrustedFolderOf(const Context& context, const std::string& path) {
+    FileDescriptor folder = openTrustedFolder(context, kApplicationsFolder);
+    std::string pathSoFar = kApplicationsFolder;
+    const std::vector<std::string> parts = componentsOf(path);
+    for (std::size_t index = 1; index + 1 < parts.size(); ++index) {
+        pathSoFar += "/" + parts[index];
+        folder = openTrustedFolderIn(context, folder.get(), parts[index], pathSoFar);
+    }
+    return folder;
+}
+
 /// With root's rights.
 void repairRootsCore(const Context& context, const std::string& path) {
     if (!isCoreOfInstalledApplication(path))
         fail(EX_NOPERM, "the folder " + quoted(path) + " is not the caller's to change");
     becomeRoot(context);
     const RunLock lock(context, RunLock::Missing::isMade);
-    const SplitPath split = splitPath(path);
-    const FileDescriptor folder = openTrustedFolder(context, split.folder);
-    const FileDescriptor core = openFolder(folder.get(), split.name);
+    const FileDescriptor folder = openTrustedFolderOf(context, path);
+    const FileDescriptor core = openFolder(folder.get(), splitPath(path).name);
     struct stat status {};
     if (!core || ::fstat(core.get(), &status) != 0)
         failWithSystemError(EX_NOINPUT, "cannot open the folder " + quoted(path));

@@ -1,18 +1,29 @@
 #include "UpdateTool/Commands/InstalledVersions.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
 #include <charconv>
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
 #include "UpdateTool/Packages/InfoPropertyList.h"
 
 namespace quillmore::updatetool {
 
+using platform::FileDescriptor;
+
 namespace {
 
 constexpr std::string_view kBannerMark = "Limited ";
+/// Of a path in a bundle, with its links.
+constexpr int kMostSteps = 32;
 constexpr off_t kMaximumInfoSize = 1 << 20;
 constexpr off_t kMaximumToolSize = 1 << 30;
 /// Where bundles and the two layouts of frameworks keep it.
@@ -49,10 +60,36 @@ std::optional<Version> parseVersion(std::string_view text) {
     return count < 2 ? std::nullopt : std::optional(version);
 }
 
+std::string linkTarget(int folder, const std::string& name) {
+    std::array<char, 256> text{};
+    const ssize_t size = ::readlinkat(folder, name.c_str(), text.data(), text.size());
+    return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+}
+
+/// A file in a bundle. Links inside it are followed, for frameworks are made of them, as long as
+/// they lead downwards; nothing else is read, and nothing that is mounted in it.
+FileDescriptor openInBundle(int bundle, std::string path) {
+    FileDescriptor folder = openFolder(bundle, ".");
+    for (int steps = 0; folder && steps < kMostSteps; ++steps) {
+        const std::size_t end = std::min(path.find('/'), path.size());
+        const std::string name = path.substr(0, end);
+        const std::string rest = path.substr(end);
+        struct stat status {};
+        if (name.empty() || name == ".." || !examineEntry(folder.get(), name, status)) return {};
+        if (S_ISLNK(status.st_mode)) {
+            path = linkTarget(folder.get(), name) + rest;
+        } else if (rest.empty()) {
+            return openEntry(folder.get(), name, O_RDONLY | O_NONBLOCK);
+        } else {
+            folder = openFolder(folder.get(), name);
+            path = rest.substr(1);
+        }
+    }
+    return {};
+}
+
 std::string readInfo(int bundle, const char* path) {
-    // Links inside a bundle are followed: frameworks are made of them, and both the staged and the
-    // installed one are root's alone.
-    const platform::FileDescriptor file(::openat(bundle, path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file = openInBundle(bundle, path);
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_size > kMaximumInfoSize)
@@ -87,8 +124,7 @@ std::optional<Version> versionOfTool(const Bytes& bytes) {
 }
 
 std::optional<Version> versionOfInstalledTool(int folder, const std::string& name) {
-    const platform::FileDescriptor file(
-        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file = openEntry(folder, name, O_RDONLY | O_NONBLOCK);
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_size > kMaximumToolSize)
@@ -101,7 +137,7 @@ std::optional<Version> versionOfInstalledTool(int folder, const std::string& nam
 
 std::optional<Version> versionOfBundle(const Context& context, int parent,
                                        const std::string& name) {
-    const platform::FileDescriptor bundle = openFolder(parent, name);
+    const FileDescriptor bundle = openFolder(parent, name);
     struct stat status {};
     if (!bundle || ::fstat(bundle.get(), &status) != 0 || !isTrusted(context, status))
         return std::nullopt;

@@ -10,6 +10,7 @@
 #include "UpdateTool/Disk/Receipts.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Targets.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -26,8 +27,7 @@ struct InstalledTool {
 /// A plain file with one name, held open: what is examined is what is changed.
 InstalledTool openTool(int productFolder, const std::string& name) {
     InstalledTool tool;
-    tool.file = FileDescriptor(
-        ::openat(productFolder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    tool.file = openEntry(productFolder, name, O_RDONLY | O_NONBLOCK);
     if (!tool.file || ::fstat(tool.file.get(), &tool.status) != 0)
         failWithSystemError(EX_NOINPUT, "cannot open the installed " + quoted(name));
     if (!S_ISREG(tool.status.st_mode) || tool.status.st_nlink != 1)

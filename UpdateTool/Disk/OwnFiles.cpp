@@ -10,6 +10,7 @@
 #include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/TreeRemoval.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -21,8 +22,7 @@ constexpr off_t kMaximumSize = 1 << 20;
 
 std::optional<std::string> readOwnFile(const Context& context, int folder,
                                        const std::string& name) {
-    const platform::FileDescriptor file(
-        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const platform::FileDescriptor file = openEntry(folder, name, O_RDONLY | O_NONBLOCK);
     if (!file && errno == ENOENT) return std::nullopt;
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0)

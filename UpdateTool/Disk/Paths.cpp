@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "Platform/Values/Text.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -36,8 +37,8 @@ void requireComponent(const std::string& component, const std::string& path) {
                                   int exitStatus, const std::string& text) {
     const int error = errno;
     struct stat status {};
-    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISLNK(status.st_mode))
+    if (error == EXDEV) fail(exitStatus, quoted(path) + " is a mount point: unmount it");
+    if (examineEntry(folder, name, status) && S_ISLNK(status.st_mode))
         fail(exitStatus,
              quoted(path) + " is a link: put what it leads to in its place, or name it");
     errno = error;
@@ -102,7 +103,8 @@ FileDescriptor walk(const Context& context, const std::string& path, WhenMissing
     std::string pathSoFar;
     for (const std::string& name : componentsOf(path)) {
         pathSoFar += "/" + name;
-        FileDescriptor next = openFolder(folder.get(), name);
+        // Mounted there only by root: nobody else could change any folder on the way.
+        FileDescriptor next(::openat(folder.get(), name.c_str(), kFolderFlags));
         if (!next && errno == ENOENT) {
             if (!missing(folder, name, pathSoFar, next)) return {};
         } else if (!next) {
@@ -164,7 +166,7 @@ std::string folded(std::string name) {
 }
 
 FileDescriptor openFolder(int parent, const std::string& name) {
-    return FileDescriptor(::openat(parent, name.c_str(), kFolderFlags));
+    return openEntry(parent, name, kFolderFlags);
 }
 
 bool isTrusted(const Context& context, const struct stat& status) {
@@ -177,6 +179,15 @@ FileDescriptor openTrustedFolder(const Context& context, const std::string& path
                    const FileDescriptor&) -> bool {
                     failWithSystemError(EX_OSFILE, "cannot open the folder " + quoted(missing));
                 });
+}
+
+FileDescriptor openTrustedFolderIn(const Context& context, int parent, const std::string& name,
+                                   const std::string& path) {
+    FileDescriptor folder = openFolder(parent, name);
+    if (!folder)
+        failToOpenEntry(parent, name, path, EX_OSFILE, "cannot open the folder " + quoted(path));
+    requireTrusted(context, folder, path);
+    return folder;
 }
 
 FileDescriptor openOrMakeTrustedFolder(const Context& context, const std::string& path,

@@ -35,14 +35,18 @@ void requireUnreservedName(const std::string& name);
 /// In small letters: names that are one afterwards are one on some volumes.
 std::string folded(std::string name);
 
-/// A folder in a folder ("." is that one again), never through a link: how every folder is opened
-/// that is not the caller's. Empty when it cannot be, with the error number set.
+/// A folder in a folder ("." is that one again), never through a link nor on another volume: how
+/// every folder is opened that is neither the caller's nor on the way to a compiled-in one. Empty
+/// when it cannot be, with the error number set.
 platform::FileDescriptor openFolder(int parent, const std::string& name);
 /// Whether nobody but the owner, and who may become it anyway, can change what has this status.
 bool isTrusted(const Context& context, const struct stat& status);
-/// Opens a folder whose contents are believed: every component must be a folder of the owner's that
-/// nobody else may write. Fails with EX_OSFILE otherwise.
+/// Opens a compiled-in folder whose contents are believed: every component must be a folder of the
+/// owner's that nobody else may write. Fails with EX_OSFILE otherwise.
 platform::FileDescriptor openTrustedFolder(const Context& context, const std::string& path);
+/// The same one step further, in a folder that was opened so; what is mounted there is refused.
+platform::FileDescriptor openTrustedFolderIn(const Context& context, int parent,
+                                             const std::string& name, const std::string& path);
 /// Thrown when another run took away a folder in which one was about to be made.
 struct FolderVanished final : Failure {
     FolderVanished() : Failure(EX_CANTCREAT, "a folder was taken away") {}

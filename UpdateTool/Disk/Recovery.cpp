@@ -3,15 +3,18 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <vector>
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Disk/Journal.h"
+#include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/OwnFiles.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
 #include "UpdateTool/Disk/Staging.h"
 #include "UpdateTool/Disk/TreeRemoval.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -35,9 +38,15 @@ std::vector<std::string> foldersAfter(std::size_t present, const std::string& pa
     return paths;
 }
 
+/// What cannot be examined is not what this program put there: its owner mounted something on it.
 bool isInPlace(int target, const JournalEntry& entry) {
     struct stat status {};
-    return entryExists(target, entry.item, status) && status.st_ino == entry.staged;
+    return examineEntry(target, entry.item, status) && status.st_ino == entry.staged;
+}
+
+bool isMissing(int target, const std::string& item) {
+    struct stat status {};
+    return !examineEntry(target, item, status) && errno == ENOENT;
 }
 
 /// Where the volume cannot exchange entries, the old item may have been moved aside already.
@@ -45,23 +54,10 @@ void putBackWhatWasMovedAside(int target, const std::string& item) {
     const FileDescriptor staging = openFolder(target, Staging::kFolderName);
     struct stat status {};
     if (!staging || !entryExists(staging.get(), Staging::kPreviousName, status) ||
-        entryExists(target, item, status))
+        !isMissing(target, item))
         return;
     if (::renameat(staging.get(), Staging::kPreviousName, target, item.c_str()) != 0)
         failWithSystemError(EX_CANTCREAT, "cannot put " + quoted(item) + " back");
-}
-
-/// An item that was replaced may have been somebody else's and hold what cannot be removed. It
-/// stays where root alone can reach it, and no later run has to do with it.
-void putStagingAside(const Context& context, int target, const std::string& folder) {
-    struct stat status {};
-    if (!entryExists(target, Staging::kFolderName, status)) return;
-    const std::string aside = Staging::kFolderName + ("." + std::to_string(status.st_ino));
-    if (::renameat(target, Staging::kFolderName, target, aside.c_str()) != 0)
-        failWithSystemError(EX_CANTCREAT, "cannot remove what an interrupted run left");
-    if (context.audit)
-        context.audit("what was replaced could not be removed: remove " +
-                      quoted(folder + "/" + aside));
 }
 
 /// The run itself could not tell.
@@ -77,11 +73,12 @@ void finishOrUndo(const Context& context, int productFolder, const JournalEntry&
     if (!done && !entry.item.empty()) putBackWhatWasMovedAside(target.get(), entry.item);
     Receipts(context, productFolder).apply(done ? entry.receipt : entry.receiptBefore, entry.item);
     audit(context, entry, done);
-    if (!removeTree(context, target.get(), Staging::kFolderName))
-        putStagingAside(context, target.get(), entry.folder);
-    if (::fsync(target.get()) != 0)
+    const std::vector<std::string> made = foldersAfter(entry.presentFolders, entry.folder);
+    // Folders that are taken away must be empty; nothing was there that it could have replaced.
+    if (!done && !made.empty()) removeTree(context, target.get(), Staging::kFolderName);
+    if (!retireStaging(target.get()) || ::fsync(target.get()) != 0)
         failWithSystemError(EX_CANTCREAT, "cannot remove what an interrupted run left");
-    if (!done) removeEmptyFolders(context, foldersAfter(entry.presentFolders, entry.folder));
+    if (!done) removeEmptyFolders(context, made);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Recovery.h"
 #include "UpdateTool/Ground/Failure.h"
@@ -47,6 +48,12 @@ RunLock::RunLock(const Context& context, Missing missing) : context_(context) {
 
 RunLock::~RunLock() {
     if (!kept_) takeAwayWhatWasMade();
+    file_.reset();
+    try {
+        removeOldTrees(context_);
+    } catch (...) {
+        // There is not even memory for that. They are left to the next run.
+    }
 }
 
 bool RunLock::tryToLock(Missing missing) {

@@ -18,7 +18,8 @@ public:
     /// Waits as long as another run installs. The file lies in the product folder and only root may
     /// open it, so that nobody else can hold the lock.
     RunLock(const Context& context, Missing missing);
-    /// A run that changed nothing takes the folders and the lock that it made away again.
+    /// A run that changed nothing takes the folders and the lock that it made away again. What was
+    /// replaced is removed when the lock is free (OldTrees.h).
     ~RunLock();
     RunLock(const RunLock&) = delete;
     RunLock& operator=(const RunLock&) = delete;

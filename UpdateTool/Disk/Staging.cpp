@@ -3,9 +3,11 @@
 #include <cerrno>
 
 #include "UpdateTool/Disk/Exchange.h"
+#include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
 #include "UpdateTool/Disk/TreeRemoval.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -26,7 +28,8 @@ void syncFolder(int folder) {
 }  // namespace
 
 bool entryExists(int folder, const std::string& name, struct stat& status) {
-    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return true;
+    if (examineEntry(folder, name, status)) return true;
+    if (errno == EXDEV) fail(EX_OSFILE, quoted(name) + " is a mount point: unmount it");
     if (errno != ENOENT) failWithSystemError(EX_OSFILE, "cannot examine " + quoted(name));
     return false;
 }
@@ -47,8 +50,7 @@ Staging::Staging(const Context& context, RunLock& lock, const std::string& targe
 
 void Staging::prepare(const std::string& targetFolder) {
     target_ = openOrMakeTrustedFolder(context_, targetFolder, madeFolders_);
-    if (!removeTree(context_, target_.get(), kFolderName) ||
-        ::mkdirat(target_.get(), kFolderName, 0700) != 0)
+    if (!retireStaging(target_.get()) || ::mkdirat(target_.get(), kFolderName, 0700) != 0)
         failWithSystemError(EX_CANTCREAT,
                             "cannot make a staging folder in " + quoted(targetFolder));
     staging_ = openFolder(target_.get(), kFolderName);
@@ -67,8 +69,7 @@ void Staging::clear() {
     if (leftToTheNextRun_) return lock_.keep();
     try {
         staging_.reset();
-        if (target_ &&
-            (!removeTree(context_, target_.get(), kFolderName) || ::fsync(target_.get()) != 0))
+        if (target_ && (!discard() || ::fsync(target_.get()) != 0))
             return lock_.keep();  // with the journal, for the next run
         if (placed_ == Placed::no) {
             removeEmptyFolders(context_, madeFolders_);
@@ -79,6 +80,12 @@ void Staging::clear() {
     } catch (...) {
         lock_.keep();
     }
+}
+
+bool Staging::discard() {
+    // A folder that was made for it must be empty, and nothing was there that could be replaced.
+    if (!madeFolders_.empty()) return removeTree(context_, target_.get(), kFolderName);
+    return retireStaging(target_.get());
 }
 
 void Staging::install(const std::string& name, ReceiptChange receipt) {

@@ -5,7 +5,7 @@
 // The journal says at each moment what a later run would have to do about a run that was killed:
 //   1. journal: target folder             2. folders and staging made, item prepared and on disk
 //   3. journal: the item and its inode    4. exchanged: this is the moment of installation
-//   5. receipt                            6. staging removed    7. journal removed
+//   5. receipt                            6. staging retired (OldTrees.h)    7. journal removed
 #pragma once
 
 #include <sys/stat.h>
@@ -50,6 +50,7 @@ private:
     void replaceByMovingAside(const std::string& name);
     void takeBack(const std::string& name);
     void clear();
+    bool discard();
 
     const Context& context_;
     RunLock& lock_;
@@ -62,7 +63,7 @@ private:
     bool leftToTheNextRun_ = false;
 };
 
-/// Fails (EX_OSFILE) when it cannot be told.
+/// Fails (EX_OSFILE) when it cannot be told, and for what is mounted there.
 bool entryExists(int folder, const std::string& name, struct stat& status);
 
 }  // namespace quillmore::updatetool

@@ -1,6 +1,5 @@
 #include "UpdateTool/Disk/Targets.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 #include "UpdateTool/Ground/Context.h"
@@ -37,10 +36,15 @@ const Target& targetOf(const std::string& command) {
     std::abort();
 }
 
+std::set<std::string> targetFolders() {
+    std::set<std::string> folders;
+    for (const Target& target : targets())
+        folders.insert(target.folders.begin(), target.folders.end());
+    return folders;
+}
+
 bool isTargetFolder(const std::string& folder) {
-    return std::any_of(targets().begin(), targets().end(), [&](const Target& target) {
-        return std::count(target.folders.begin(), target.folders.end(), folder) != 0;
-    });
+    return targetFolders().count(folder) != 0;
 }
 
 }  // namespace quillmore::updatetool

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,8 @@ struct Target {
 
 /// Ends the process for a command that installs nothing.
 const Target& targetOf(const std::string& command);
+/// Each once.
+std::set<std::string> targetFolders();
 bool isTargetFolder(const std::string& folder);
 
 }  // namespace quillmore::updatetool

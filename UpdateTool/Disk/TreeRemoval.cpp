@@ -10,6 +10,7 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/VolumeEntries.h"
 
 namespace quillmore::updatetool {
 
@@ -30,11 +31,10 @@ struct CloseFolder {
 /// it.
 void takeBitsAway(int folder, const std::string& name) {
     struct stat status {};
-    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-        !S_ISREG(status.st_mode) || (status.st_mode & (S_ISUID | S_ISGID)) == 0)
+    if (!examineEntry(folder, name, status) || !S_ISREG(status.st_mode) ||
+        (status.st_mode & (S_ISUID | S_ISGID)) == 0)
         return;
-    const FileDescriptor file(
-        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor file = openEntry(folder, name, O_RDONLY | O_NONBLOCK);
     if (file) ::fchmod(file.get(), status.st_mode & 0777);
 }
 
@@ -57,10 +57,9 @@ public:
 
 private:
     /// What is in a folder that root alone may write, root has put there. Into another one somebody
-    /// may have moved a third one's, or mounted what they like.
+    /// may have moved a third one's. What is mounted there is not even opened.
     bool belongs(const struct stat& folder, const struct stat& above) const {
-        return folder.st_dev == above.st_dev &&
-               (folder.st_uid == above.st_uid || isTrusted(context_, above));
+        return folder.st_uid == above.st_uid || isTrusted(context_, above);
     }
 
     const Context& context_;
