@@ -88,6 +88,10 @@ FileDescriptor openInBundle(int bundle, std::string path) {
     return {};
 }
 
+bool isCallersToReplace(const Context& context, const struct stat& status) {
+    return context.administrator || status.st_uid == context.callerUser;
+}
+
 std::string readInfo(int bundle, const char* path) {
     const FileDescriptor file = openInBundle(bundle, path);
     struct stat status {};
@@ -139,8 +143,8 @@ std::optional<Version> versionOfBundle(const Context& context, int parent,
                                        const std::string& name) {
     const FileDescriptor bundle = openFolder(parent, name);
     struct stat status {};
-    if (!bundle || ::fstat(bundle.get(), &status) != 0 || !isTrusted(context, status))
-        return std::nullopt;
+    if (!bundle || ::fstat(bundle.get(), &status) != 0) return std::nullopt;
+    if (!isTrusted(context, status) && isCallersToReplace(context, status)) return std::nullopt;
     for (const char* path : kInfoPaths)
         if (const auto version = versionOfInfo(readInfo(bundle.get(), path))) return version;
     return std::nullopt;

@@ -22,8 +22,9 @@ std::optional<Version> versionOfInstalledTool(int folder, const std::string& nam
 /// "CFBundleShortVersionString" with "CFBundleVersion" of an Info.plist. Nothing when it cannot be
 /// read or has no version.
 std::optional<Version> versionOfInfo(std::string_view propertyList);
-/// The same of a bundle or framework. Nothing for a bundle that others than root can change: it
-/// may say, and lead to, what they like.
+/// The same of a bundle or framework. Nothing for a bundle that others than root can change and
+/// that the caller, its owner or an administrator, may replace by what they like; somebody else
+/// takes it at its word.
 std::optional<Version> versionOfBundle(const Context& context, int parent, const std::string& name);
 
 /// Fails (EX_DATAERR) when the installed item has a version and the new one has none or a lower
