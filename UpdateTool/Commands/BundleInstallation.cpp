@@ -4,6 +4,7 @@
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
 #include "UpdateTool/Commands/SignedNames.h"
+#include "UpdateTool/Disk/DenyList.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Staging.h"
@@ -25,6 +26,7 @@ void installBundle(const Context& context, const std::string& command, const Arg
         readVerifiedPackage(context, arguments[0], arguments[1], {command, arguments[2]});
     becomeRoot(context);
     RunLock lock(context, RunLock::Missing::isMade);
+    requireAllowed(context, lock.productFolder(), place.folder, place.name);
     Staging staging(context, lock, place.folder);
     TreeWriter writer(context, staging.folder(), target);
     const std::set<std::string> top = readZipArchive(
@@ -69,6 +71,7 @@ void repairIntelFixes(const Context& context, const Arguments& arguments) {
         readVerifiedPackage(context, arguments[0], arguments[1], {target.command, kIntelFixesName});
     becomeRoot(context);
     RunLock lock(context, RunLock::Missing::isMade);
+    requireAllowed(context, lock.productFolder(), target.folders.front(), kIntelFixesName);
     Staging staging(context, lock, target.folders.front());
     // All of the archive lies in a folder of that name.
     TreeWriter writer(context, staging.folder(), target);

@@ -8,6 +8,7 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
+#include "UpdateTool/Disk/DenyList.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/TreeRemoval.h"
@@ -70,8 +71,10 @@ void repairRootsCore(const Context& context, const std::string& path) {
         fail(EX_NOPERM, "the folder " + quoted(path) + " is not the caller's to change");
     becomeRoot(context);
     const RunLock lock(context, RunLock::Missing::isMade);
+    const SplitPath split = splitPath(path);
+    requireAllowed(context, lock.productFolder(), split.folder, split.name);
     const FileDescriptor folder = openTrustedFolderOf(context, path);
-    const FileDescriptor core = openFolder(folder.get(), splitPath(path).name);
+    const FileDescriptor core = openFolder(folder.get(), split.name);
     struct stat status {};
     if (!core || ::fstat(core.get(), &status) != 0)
         failWithSystemError(EX_NOINPUT, "cannot open the folder " + quoted(path));

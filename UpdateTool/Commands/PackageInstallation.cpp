@@ -4,6 +4,7 @@
 
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
+#include "UpdateTool/Disk/DenyList.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
 #include "UpdateTool/Disk/Targets.h"
@@ -36,6 +37,7 @@ void repairPackage(const Context& context, const Arguments& arguments) {
         [&](const ArchiveEntry& entry, const ReadBlock& read) { writer.take(entry, read); });
     writer.finish();
     requirePlainName(name);
+    requireAllowed(context, lock.productFolder(), location, name);
     requireNotOlder(versionOfBundle(context, staging.folder(), name),
                     versionOfBundle(context, staging.target(), name), name);
     installStagedPackage(context, bytes, staging, name);

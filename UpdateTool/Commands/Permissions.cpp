@@ -6,9 +6,12 @@
 
 #include "Platform/Files/FileDescriptor.h"
 #include "UpdateTool/Caller/Caller.h"
+#include "UpdateTool/Disk/DenyList.h"
+#include "UpdateTool/Disk/FileDigests.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
 #include "UpdateTool/Disk/RunLock.h"
+#include "UpdateTool/Disk/RunningProgram.h"
 #include "UpdateTool/Disk/Targets.h"
 #include "UpdateTool/Disk/VolumeEntries.h"
 #include "UpdateTool/Ground/Failure.h"
@@ -50,12 +53,6 @@ bool isOwnersAlone(const Context& context, const struct stat& status) {
     return status.st_uid == context.owner && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
-bool isRunningProgram(const Context& context, const struct stat& status) {
-    struct stat program {};
-    return ::stat(context.programPath.c_str(), &program) == 0 && program.st_dev == status.st_dev &&
-           program.st_ino == status.st_ino;
-}
-
 void requireOtherTool(const std::string& name) {
     requireToolName(name);
     requireUnreservedName(name);
@@ -66,6 +63,7 @@ void requireOtherTool(const std::string& name) {
 void repairPermissions(const Context& context, const Arguments&) {
     becomeRoot(context);
     RunLock lock(context, RunLock::Missing::fails);
+    requireAllowed(context, lock.productFolder(), kProductFolder, kUpdateToolName);
     const InstalledTool tool = openTool(lock.productFolder(), kUpdateToolName);
     // A file that others could write may hold anything. Only when an administrator has just run
     // that very file as root does the bit add nothing to what its bytes could do already.
@@ -79,10 +77,11 @@ void repairPermissionsOther(const Context& context, const Arguments& arguments) 
     requireOtherTool(name);
     becomeRoot(context);
     RunLock lock(context, RunLock::Missing::fails);
-    if (Receipts(context, lock.productFolder()).has(name))
+    requireAllowed(context, lock.productFolder(), kProductFolder, name);
+    const InstalledTool tool = openTool(lock.productFolder(), name);
+    if (Receipts(context, lock.productFolder()).covers(tool.status))
         fail(EX_NOPERM, quoted(name) + " is a root tool");
-    setOwnerAndMode(context, openTool(lock.productFolder(), name), name,
-                    targetOf("repairother").fileMode);
+    setOwnerAndMode(context, tool, name, targetOf("repairother").fileMode);
 }
 
 void repairPermissionsOtherRoot(const Context& context, const Arguments& arguments) {
@@ -90,11 +89,14 @@ void repairPermissionsOtherRoot(const Context& context, const Arguments& argumen
     requireOtherTool(name);
     becomeRoot(context);
     RunLock lock(context, RunLock::Missing::fails);
-    if (!Receipts(context, lock.productFolder()).has(name))
-        fail(EX_NOPERM, quoted(name) + " was not installed as a root tool");
+    requireAllowed(context, lock.productFolder(), kProductFolder, name);
+    const std::string digest = Receipts(context, lock.productFolder()).digestOf(name);
+    if (digest.empty()) fail(EX_NOPERM, quoted(name) + " was not installed as a root tool");
     const InstalledTool tool = openTool(lock.productFolder(), name);
     if (!isOwnersAlone(context, tool.status))
         fail(EX_NOPERM, "the installed " + quoted(name) + " could be changed by others than root");
+    if (digestOfFile(tool.file.get(), name) != digest)
+        fail(EX_NOPERM, "the installed " + quoted(name) + " is not what was installed: repair it");
     setOwnerAndMode(context, tool, name, targetOf("repairotherroot").fileMode);
 }
 

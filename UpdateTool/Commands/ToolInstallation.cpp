@@ -3,6 +3,7 @@
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Commands/InstalledVersions.h"
 #include "UpdateTool/Commands/SignedNames.h"
+#include "UpdateTool/Disk/DenyList.h"
 #include "UpdateTool/Disk/FileContents.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/RunLock.h"
@@ -20,6 +21,7 @@ void installTool(const Context& context, const Bytes& bytes, const Purpose& purp
     becomeRoot(context);
     const Target& target = targetOf(purpose.command);
     RunLock lock(context, RunLock::Missing::isMade);
+    requireAllowed(context, lock.productFolder(), target.folders.front(), purpose.name);
     Staging staging(context, lock, target.folders.front());
     requireNotOlder(versionOfTool(bytes), versionOfInstalledTool(staging.target(), purpose.name),
                     purpose.name);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <sstream>
 
+#include "UpdateTool/Disk/FileDigests.h"
 #include "UpdateTool/Disk/OwnFiles.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Targets.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr const char* kFileName = ".journal";
 constexpr const char* kFirstLine = "updateqm journal 1";
 constexpr const char* kLastLine = "end";
+const std::string kNoDigest = "-";
 constexpr unsigned kLastReceiptChange = static_cast<unsigned>(ReceiptChange::remove);
 
 [[noreturn]] void failSenseless() {
@@ -30,7 +32,17 @@ std::string textOf(const JournalEntry& entry) {
           static_cast<std::uint64_t>(entry.receipt),
           static_cast<std::uint64_t>(entry.receiptBefore)})
         text += std::to_string(number) + " ";
-    return text + std::to_string(entry.caller) + "\n" + entry.item + "\n" + kLastLine + "\n";
+    text += std::to_string(entry.caller);
+    for (const std::string& digest : {entry.digest, entry.digestBefore, entry.replacedDigest})
+        text += " " + (digest.empty() ? kNoDigest : digest);
+    return text + " " + std::to_string(entry.replacedMode) + "\n" + entry.item + "\n" + kLastLine +
+           "\n";
+}
+
+std::string takeDigest(std::istream& fields) {
+    std::string digest;
+    fields >> digest;
+    return isDigest(digest) ? digest : "";
 }
 
 JournalEntry parse(const std::string& text) {
@@ -48,6 +60,11 @@ JournalEntry parse(const std::string& text) {
     if (first != kFirstLine || last != kLastLine || !fields || receipt > kLastReceiptChange ||
         before > kLastReceiptChange || !isTargetFolder(entry.folder))
         failSenseless();
+    // Earlier versions wrote no more than that: then nothing is known of any bytes.
+    entry.digest = takeDigest(fields);
+    entry.digestBefore = takeDigest(fields);
+    entry.replacedDigest = takeDigest(fields);
+    fields >> entry.replacedMode;
     entry.receipt = static_cast<ReceiptChange>(receipt);
     entry.receiptBefore = static_cast<ReceiptChange>(before);
     if (!entry.item.empty()) requirePlainName(entry.item);

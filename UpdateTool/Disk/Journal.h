@@ -23,6 +23,12 @@ struct JournalEntry {
     ino_t staged = 0;                ///< The inode of the item that is being put in place.
     ReceiptChange receipt = ReceiptChange::none;
     ReceiptChange receiptBefore = ReceiptChange::none;  ///< What undoes it.
+    std::string digest;                                 ///< Of the receipt; "" for none.
+    std::string digestBefore;                           ///< Of the receipt that undoes it.
+    /// The tool that is being replaced, when it has the set-user-ID bit and loses it beforehand:
+    /// what its mode is, and which bytes get that back if they stay. 0 and "" otherwise.
+    mode_t replacedMode = 0;
+    std::string replacedDigest;
 };
 
 /// Atomically, and on disk when it returns. Fails with EX_CANTCREAT.

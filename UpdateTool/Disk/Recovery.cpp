@@ -1,5 +1,6 @@
 #include "UpdateTool/Disk/Recovery.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "Platform/Files/FileDescriptor.h"
+#include "UpdateTool/Disk/FileDigests.h"
 #include "UpdateTool/Disk/Journal.h"
 #include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/OwnFiles.h"
@@ -60,6 +62,18 @@ void putBackWhatWasMovedAside(int target, const std::string& item) {
         failWithSystemError(EX_CANTCREAT, "cannot put " + quoted(item) + " back");
 }
 
+/// A tool that was to be replaced lost its bit and stayed: those bytes, and no others, get it back.
+void giveBitBack(const Context& context, int target, const JournalEntry& entry) {
+    if (entry.replacedDigest.empty()) return;
+    const FileDescriptor file = openEntry(target, entry.item, O_RDONLY | O_NONBLOCK);
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        !isTrusted(context, status) || digestOfFile(file.get(), entry.item) != entry.replacedDigest)
+        return;
+    if (::fchmod(file.get(), entry.replacedMode & 07777) != 0)
+        failWithSystemError(EX_CANTCREAT, "cannot give the set-user-ID bit back");
+}
+
 /// The run itself could not tell.
 void audit(const Context& context, const JournalEntry& entry, bool done) {
     if (!context.audit || entry.item.empty()) return;
@@ -71,7 +85,10 @@ void finishOrUndo(const Context& context, int productFolder, const JournalEntry&
     const FileDescriptor target = openTrustedFolder(context, entry.folder);
     const bool done = !entry.item.empty() && isInPlace(target.get(), entry);
     if (!done && !entry.item.empty()) putBackWhatWasMovedAside(target.get(), entry.item);
-    Receipts(context, productFolder).apply(done ? entry.receipt : entry.receiptBefore, entry.item);
+    Receipts(context, productFolder)
+        .apply(done ? entry.receipt : entry.receiptBefore, entry.item,
+               done ? entry.digest : entry.digestBefore);
+    if (!done) giveBitBack(context, target.get(), entry);
     audit(context, entry, done);
     const std::vector<std::string> made = foldersAfter(entry.presentFolders, entry.folder);
     // Folders that are taken away must be empty; nothing was there that it could have replaced.

@@ -7,6 +7,7 @@
 #include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Recovery.h"
+#include "UpdateTool/Disk/RunningProgram.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -39,6 +40,7 @@ bool isStillThere(int folder, int file) {
 RunLock::RunLock(const Context& context, Missing missing) : context_(context) {
     try {
         while (!tryToLock(missing)) continue;
+        requireInstalledProgram(context_, folder_.get());
         recover(context_, folder_.get());
     } catch (...) {
         takeAwayWhatWasMade();

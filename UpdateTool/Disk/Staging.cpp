@@ -1,8 +1,12 @@
 #include "UpdateTool/Disk/Staging.h"
 
+#include <fcntl.h>
+
 #include <cerrno>
+#include <utility>
 
 #include "UpdateTool/Disk/Exchange.h"
+#include "UpdateTool/Disk/FileDigests.h"
 #include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Receipts.h"
@@ -103,15 +107,42 @@ void Staging::install(const std::string& name, ReceiptChange receipt) {
     journal_.receipt = receipt;
     if (receipt != ReceiptChange::none)
         journal_.receiptBefore = receipts.has(name) ? ReceiptChange::add : ReceiptChange::remove;
+    journal_.digestBefore = receipts.digestOf(name);
+    if (receipt == ReceiptChange::add)
+        journal_.digest = digestOfFile(openEntry(staging_.get(), name, O_RDONLY).get(), name);
+    noteReplaced(name);
     writeJournal(context_, lock_.productFolder(), journal_);
     try {
+        takeBitAway(name);
         place(name);
         syncFolder(target_.get());
-        receipts.apply(receipt, name);
+        receipts.apply(receipt, name, journal_.digest);
     } catch (...) {
         takeBack(name);
         throw;
     }
+}
+
+void Staging::noteReplaced(const std::string& name) {
+    struct stat status {};
+    if (!entryExists(target_.get(), name, status) || !S_ISREG(status.st_mode) ||
+        (status.st_mode & (S_ISUID | S_ISGID)) == 0)
+        return;
+    replaced_ = openEntry(target_.get(), name, O_RDONLY | O_NONBLOCK);
+    if (!replaced_) failWithSystemError(EX_OSFILE, "cannot open the installed " + quoted(name));
+    journal_.replacedMode = status.st_mode & 07777;
+    journal_.replacedDigest = digestOfFile(replaced_.get(), name);
+}
+
+/// Anybody may hold it open, and run it as long as it has the bit: also when this run is killed.
+void Staging::takeBitAway(const std::string& name) {
+    if (replaced_ && ::fchmod(replaced_.get(), journal_.replacedMode & 0777) != 0)
+        failWithSystemError(EX_CANTCREAT, "cannot change the permissions of " + quoted(name));
+}
+
+void Staging::giveBitBack() {
+    if (replaced_ && ::fchmod(replaced_.get(), journal_.replacedMode) != 0)
+        failWithSystemError(EX_CANTCREAT, "cannot give the set-user-ID bit back");
 }
 
 void Staging::place(const std::string& name) {
@@ -146,8 +177,12 @@ void Staging::replaceByMovingAside(const std::string& name) {
 }
 
 void Staging::takeBack(const std::string& name) {
-    if (placed_ == Placed::no) return;
-    leftToTheNextRun_ = true;
+    const bool isLeftAlready = std::exchange(leftToTheNextRun_, true);
+    if (placed_ == Placed::no) {
+        giveBitBack();
+        leftToTheNextRun_ = isLeftAlready;
+        return;
+    }
     if (placed_ == Placed::exchanged) {
         if (exchangeEntries(staging_.get(), name, target_.get(), name) != Exchanged::done) return;
     } else {
@@ -157,7 +192,9 @@ void Staging::takeBack(const std::string& name) {
     }
     syncFolder(target_.get());
     // It may have been written although writing it failed.
-    Receipts(context_, lock_.productFolder()).apply(journal_.receiptBefore, name);
+    Receipts(context_, lock_.productFolder())
+        .apply(journal_.receiptBefore, name, journal_.digestBefore);
+    giveBitBack();
     placed_ = Placed::no;
     leftToTheNextRun_ = false;
 }

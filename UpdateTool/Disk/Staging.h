@@ -4,7 +4,8 @@
 //
 // The journal says at each moment what a later run would have to do about a run that was killed:
 //   1. journal: target folder             2. folders and staging made, item prepared and on disk
-//   3. journal: the item and its inode    4. exchanged: this is the moment of installation
+//   3. journal: the item and its inode; the tool that it replaces loses its set-user-ID bit
+//   4. exchanged: this is the moment of installation
 //   5. receipt                            6. staging retired (OldTrees.h)    7. journal removed
 #pragma once
 
@@ -47,6 +48,9 @@ private:
 
     void prepare(const std::string& targetFolder);
     void place(const std::string& name);
+    void noteReplaced(const std::string& name);
+    void takeBitAway(const std::string& name);
+    void giveBitBack();
     void replaceByMovingAside(const std::string& name);
     void takeBack(const std::string& name);
     void clear();
@@ -57,6 +61,7 @@ private:
     platform::FileDescriptor target_;
     platform::FileDescriptor staging_;
     std::vector<std::string> madeFolders_;
+    platform::FileDescriptor replaced_;  ///< A tool that has the bit until it is replaced.
     JournalEntry journal_;
     Placed placed_ = Placed::no;
     /// The item could not be taken back; the next run sees to it.

@@ -58,7 +58,19 @@ TEST_F(UpdateToolCommandLine, AdministratorsCommandsAreRefusedToOthers) {
 }
 TEST_F(UpdateToolCommandLine, OtherCommandsAreForEverybody) {
     context.administrator = false;
+    makeFile("/program", "", 04755);
     makeSigned("/tool", "bytes", "repairother", "tool");
+    EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_OK) << errors;
+}
+TEST_F(UpdateToolCommandLine, ProgramThatIsNotTheInstalledOneIsNobodysHelper) {
+    context.administrator = false;
+    makeSigned("/tool", "bytes", "repairother", "tool");
+    for (const mode_t mode : {0755, 04755}) {
+        makeFile("/program", "", mode);
+        makeFile(kProduct + "/updateqm", "", 04755);
+        EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_NOPERM);
+    }
+    context.programPath = host(kProduct + "/updateqm");
     EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_OK) << errors;
 }
 TEST_F(UpdateToolCommandLine, ControlCharactersOfTheCallerNeverReachTheLine) {

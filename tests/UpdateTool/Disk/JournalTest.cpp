@@ -39,6 +39,9 @@ TEST_F(UpdateToolJournal, WhatIsWrittenIsReadAgain) {
     entry.staged = 18446744073709551615U;
     entry.receipt = ReceiptChange::remove;
     entry.receiptBefore = ReceiptChange::add;
+    entry.digestBefore = std::string(64, 'b');
+    entry.replacedDigest = std::string(64, 'c');
+    entry.replacedMode = 04755;
     updatetool::writeJournal(context, product.get(), entry);
     const auto again = readJournal();
     ASSERT_TRUE(again.has_value());
@@ -49,6 +52,10 @@ TEST_F(UpdateToolJournal, WhatIsWrittenIsReadAgain) {
     EXPECT_EQ(again->staged, entry.staged);
     EXPECT_EQ(again->receipt, entry.receipt);
     EXPECT_EQ(again->receiptBefore, entry.receiptBefore);
+    EXPECT_EQ(again->digest, "");
+    EXPECT_EQ(again->digestBefore, entry.digestBefore);
+    EXPECT_EQ(again->replacedDigest, entry.replacedDigest);
+    EXPECT_EQ(again->replacedMode, entry.replacedMode);
     updatetool::removeJournal(product.get());
     EXPECT_FALSE(readJournal().has_value());
 }
@@ -66,6 +73,13 @@ TEST_F(UpdateToolJournal, EveryLineMakesSense) {
         EXPECT_THAT(refusalOfText(text),
                     HasSubstr("72: the journal of an interrupted run makes no"))
             << text;
+}
+TEST_F(UpdateToolJournal, EarlierVersionsJournalKnowsNoBytes) {
+    ASSERT_EQ(refusalOfText("updateqm journal 1\n" + folderLine + "3 7 1 1 501\ntool\nend\n"), "");
+    const auto entry = readJournal();
+    EXPECT_EQ(entry->caller, 501u);
+    EXPECT_EQ(entry->digest + entry->digestBefore + entry->replacedDigest, "");
+    EXPECT_EQ(entry->replacedMode, 0u);
 }
 TEST_F(UpdateToolJournal, ItemIsAPlainName) {
     for (const char* item : {"../tool", ".receipts", "a/b", "/etc/passwd"})

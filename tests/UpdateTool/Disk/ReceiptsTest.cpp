@@ -88,43 +88,78 @@ TEST_F(UpdateToolOwnFiles, WhatIsWrittenIsReadAgainAndNothingElseIsLeft) {
     EXPECT_TRUE(std::filesystem::is_empty(host(kProduct)));
 }
 
+const std::string kDigest(64, 'd');
+const std::string kOther(64, 'e');
+
 TEST_F(UpdateToolReceipts, NoFileMeansNoReceipts) {
     EXPECT_FALSE(Receipts(context, product.get()).has("tool"));
     EXPECT_FALSE(Receipts(context, product.get()).has(""));
 }
 TEST_F(UpdateToolReceipts, LinesAreWholeNames) {
-    makeFile(kFile, "tool\nother\nlast", 0600);
+    makeFile(kFile, kDigest + " tool\n" + kOther + " other\n" + kDigest + " last", 0600);
     const Receipts receipts(context, product.get());
     for (const char* name : {"tool", "other", "last"}) EXPECT_TRUE(receipts.has(name)) << name;
     for (const char* name : {"too", "tools", "tool\nother", ""})
         EXPECT_FALSE(receipts.has(name)) << name;
+    EXPECT_EQ(receipts.digestOf("tool") + receipts.digestOf("other"), kDigest + kOther);
+}
+TEST_F(UpdateToolReceipts, NamesThatDifferInCapitalsAreTwo) {
+    makeFile(kFile, kDigest + " tool\n", 0600);
+    EXPECT_FALSE(Receipts(context, product.get()).has("Tool"));
+    Receipts(context, product.get()).apply(ReceiptChange::add, "Tool", kOther);
+    EXPECT_EQ(read(kFile), kOther + " Tool\n" + kDigest + " tool\n");
+}
+TEST_F(UpdateToolReceipts, FileIsCoveredByTheReceiptThatNamesIt) {
+    makeFile(kFile, kDigest + " tool\n", 0600);
+    makeFile(kProduct + "/tool", "bytes");
+    makeFile(kProduct + "/other", "bytes");
+    struct stat tool {
+    }, other{};
+    ::lstat(host(kProduct + "/tool").c_str(), &tool);
+    ::lstat(host(kProduct + "/other").c_str(), &other);
+    EXPECT_TRUE(Receipts(context, product.get()).covers(tool));
+    EXPECT_FALSE(Receipts(context, product.get()).covers(other));
+}
+TEST_F(UpdateToolReceipts, LineWithoutADigestIsNoReceipt) {
+    makeFile(kFile,
+             "tool\n" + kDigest + "\n" + kDigest.substr(1) + " tool\nx" + kDigest.substr(1) +
+                 " tool\n" + kDigest + "tool\n",
+             0600);
+    EXPECT_FALSE(Receipts(context, product.get()).has("tool"));
+    Receipts(context, product.get()).apply(ReceiptChange::add, "tool", kDigest);
+    EXPECT_EQ(read(kFile), kDigest + " tool\n");
+}
+TEST_F(UpdateToolReceipts, ReceiptWithoutADigestIsNotWritten) {
+    Receipts(context, product.get()).apply(ReceiptChange::add, "tool", kDigest);
+    Receipts(context, product.get()).apply(ReceiptChange::add, "tool", "");
+    EXPECT_FALSE(exists(kFile));
 }
 TEST_F(UpdateToolReceipts, ChangesAreKeptInTheFile) {
-    Receipts(context, product.get()).apply(ReceiptChange::add, "tool");
-    Receipts(context, product.get()).apply(ReceiptChange::add, "other");
-    EXPECT_EQ(read(kFile), "other\ntool\n");
+    Receipts(context, product.get()).apply(ReceiptChange::add, "tool", kDigest);
+    Receipts(context, product.get()).apply(ReceiptChange::add, "other", kDigest);
+    EXPECT_EQ(read(kFile), kDigest + " other\n" + kDigest + " tool\n");
     Receipts receipts(context, product.get());
-    receipts.apply(ReceiptChange::remove, "tool");
-    EXPECT_EQ(read(kFile), "other\n");
+    receipts.apply(ReceiptChange::remove, "tool", kDigest);
+    EXPECT_EQ(read(kFile), kDigest + " other\n");
     EXPECT_FALSE(receipts.has("tool"));
     EXPECT_TRUE(receipts.has("other"));
 }
 TEST_F(UpdateToolReceipts, LastReceiptTakesTheFileAlong) {
     Receipts receipts(context, product.get());
-    receipts.apply(ReceiptChange::add, "tool");
-    receipts.apply(ReceiptChange::remove, "tool");
+    receipts.apply(ReceiptChange::add, "tool", kDigest);
+    receipts.apply(ReceiptChange::remove, "tool", kDigest);
     EXPECT_FALSE(exists(kFile));
 }
 TEST_F(UpdateToolReceipts, FileIsWrittenOnlyWhenSomethingChanges) {
     Receipts receipts(context, product.get());
-    receipts.apply(ReceiptChange::remove, "tool");
-    receipts.apply(ReceiptChange::none, "tool");
+    receipts.apply(ReceiptChange::remove, "tool", kDigest);
+    receipts.apply(ReceiptChange::none, "tool", kDigest);
     EXPECT_FALSE(exists(kFile));
-    receipts.apply(ReceiptChange::add, "tool");
+    receipts.apply(ReceiptChange::add, "tool", kDigest);
     const ino_t before = inodeOfFile();
-    receipts.apply(ReceiptChange::add, "tool");
-    receipts.apply(ReceiptChange::none, "tool");
-    receipts.apply(ReceiptChange::remove, "other");
+    receipts.apply(ReceiptChange::add, "tool", kDigest);
+    receipts.apply(ReceiptChange::none, "tool", kDigest);
+    receipts.apply(ReceiptChange::remove, "other", kDigest);
     EXPECT_EQ(inodeOfFile(), before);
     EXPECT_TRUE(receipts.has("tool"));
 }
