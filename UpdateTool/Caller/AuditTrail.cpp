@@ -13,6 +13,7 @@
 
 #include "UpdateTool/Caller/Caller.h"
 #include "UpdateTool/Disk/Paths.h"
+#include "UpdateTool/Disk/TimedLock.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -22,6 +23,7 @@ using platform::FileDescriptor;
 namespace {
 
 constexpr std::size_t kLongestLine = 4096;
+constexpr int kLongestWait = 60;  // seconds
 constexpr int kLogFlags =
     O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
@@ -44,7 +46,8 @@ void putAsideWhenFull(int folder, int file) {
     const OutOfCallersReach reach;
     struct stat held {};
     struct stat named {};
-    if (::flock(file, LOCK_EX) != 0) return;
+    // Whoever does not get it goes on: the next run puts the file aside.
+    if (int left = kLongestWait; !lockWhile(file, [&left] { return --left > 0; })) return;
     const bool full = ::fstat(file, &held) == 0 && held.st_size >= AuditTrail::kFullSize &&
                       ::fstatat(folder, AuditTrail::kFileName, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
                       held.st_ino == named.st_ino && held.st_dev == named.st_dev;

@@ -1,13 +1,15 @@
 #include "UpdateTool/Disk/RunLock.h"
 
-#include <sys/file.h>
-
 #include <cerrno>
+#include <chrono>
+#include <optional>
 
+#include "UpdateTool/Disk/LockHolder.h"
 #include "UpdateTool/Disk/OldTrees.h"
 #include "UpdateTool/Disk/Paths.h"
 #include "UpdateTool/Disk/Recovery.h"
 #include "UpdateTool/Disk/RunningProgram.h"
+#include "UpdateTool/Disk/TimedLock.h"
 #include "UpdateTool/Ground/Failure.h"
 
 namespace quillmore::updatetool {
@@ -16,14 +18,22 @@ using platform::FileDescriptor;
 
 namespace {
 
+/// How long a run that was ended may take to be gone.
+constexpr std::chrono::seconds kPatience{30};
 constexpr const char* kLockFileName = ".updateqm.lock";
 constexpr int kLockFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 void waitForLock(int file) {
-    int result = 0;
-    do result = ::flock(file, LOCK_EX);
-    while (result != 0 && errno == EINTR);
-    if (result != 0) failWithSystemError(EX_OSERR, "cannot lock the product folder");
+    const std::chrono::seconds begin = clockNow();
+    const bool isLocked = lockWhile(file, [&] {
+        const std::optional<LockHolder> holder = readHolder(file);
+        const std::chrono::seconds held = clockNow() - (holder ? holder->since : begin);
+        if (holder && held >= RunLock::kLongestHold) endHolder(*holder);
+        return held < RunLock::kLongestHold + kPatience;
+    });
+    if (!isLocked && errno == EWOULDBLOCK)
+        fail(EX_TEMPFAIL, "another run does not come to its end: restart the machine");
+    if (!isLocked) failWithSystemError(EX_OSERR, "cannot lock the product folder");
 }
 
 /// Whether the file is still the one of that name: a run that changed nothing takes it away.
@@ -50,6 +60,7 @@ RunLock::RunLock(const Context& context, Missing missing) : context_(context) {
 
 RunLock::~RunLock() {
     if (!kept_) takeAwayWhatWasMade();
+    removeHolder(file_.get());
     file_.reset();
     try {
         removeOldTrees(context_);
@@ -79,7 +90,9 @@ bool RunLock::tryToLock(Missing missing) {
     if (!S_ISREG(status.st_mode) || status.st_uid != context_.owner || status.st_nlink > 1)
         fail(EX_OSFILE, "the lock of the product folder is not root's own file: remove it");
     waitForLock(file_.get());
-    return isStillThere(folder_.get(), file_.get());
+    if (!isStillThere(folder_.get(), file_.get())) return false;
+    writeHolder(file_.get());
+    return true;
 }
 
 void RunLock::takeAwayWhatWasMade() {

@@ -2,6 +2,7 @@
 // or undoes what an interrupted run left (Recovery.h).
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,12 @@ public:
     /// What to do when the product folder is missing.
     enum class Missing { fails, isMade };
 
-    /// Waits as long as another run installs. The file lies in the product folder and only root may
+    /// No run needs as long. One that has had the lock for that time is ended by the next one; what
+    /// it had begun is finished or undone.
+    static constexpr std::chrono::minutes kLongestHold{10};
+
+    /// Waits as long as another run installs; fails (EX_TEMPFAIL) when one can neither come to its
+    /// end nor be ended. The file lies in the product folder and only root may
     /// open it, so that nobody else can hold the lock.
     RunLock(const Context& context, Missing missing);
     /// A run that changed nothing takes the folders and the lock that it made away again. What was

@@ -2,9 +2,11 @@
 import fcntl
 import os
 import resource
+import signal
 import time
 
-from attack import AttackTest, LOG, PRODUCT, TOOL, main
+from attack import AttackTest, HOME, LOG, MENU_ITEMS, PRODUCT, STAGING, TOOL, main
+from packages import plug_in
 
 
 class Waiting(AttackTest):
@@ -73,6 +75,25 @@ class Waiting(AttackTest):
             return False
         os.setpriority(os.PRIO_PROCESS, 0, 0)
         return True
+
+    def test_holder_that_somebody_froze_is_ended_by_the_next_run(self):
+        """As a control group does it. Its time is up, says the clock of the one who waits."""
+        place = f"{MENU_ITEMS}/A.plugin"
+        package = self.write(f"{HOME}/a.zip", plug_in(*[(f"A.plugin/{number}", "x" * 1000) for number in range(3000)]))
+        self.sign(package, "repairzipitem", place)
+        frozen = self.start_as_user(TOOL, "repairzipitem", package, f"{package}.sig", place)
+        self.until(lambda: os.path.exists(f"{MENU_ITEMS}/{STAGING}/A.plugin/10"))
+        frozen.send_signal(signal.SIGSTOP)
+        self.assertIsNone(frozen.poll())
+        with open(f"{PRODUCT}/.updateqm.lock", "r+", encoding="ascii") as lock:
+            record = lock.read().split()
+            self.assertEqual(record[0], str(frozen.pid))
+            lock.seek(0)
+            lock.write(f"{record[0]} {record[1]} {int(record[2]) - 601}".ljust(96))
+        self.assertEqual(self.tool(*self.install).returncode, 0)
+        self.assertEqual(frozen.wait(timeout=60), -signal.SIGKILL)
+        self.assertFalse(os.path.exists(MENU_ITEMS))
+        self.expect_installed()
 
     def test_limits_of_its_caller_do_not_end_a_run_that_others_wait_for(self):
         tiny = (resource.RLIMIT_STACK, 1 << 18), (resource.RLIMIT_FSIZE, 0), (resource.RLIMIT_CPU, 1)
