@@ -44,9 +44,7 @@ void UserManager::removeUser(const std::string& userName, bool removeCache,
 void UserManager::removeUserAsync(const UserRemoval& removal) {
     // Before the record goes, which says where the cache is.
     if (removal.removecache) removeCacheFolder(*this, removal.username);
-    writeUserList(usersWithout(removal.username));
-    if (removal.username == lastUsedUserName()) setLastUsedUserName(std::nullopt);
-    save();
+    forgetUser(removal.username, false);
     if (removal.sender) {
         platform::services().application->performOnMainThread(
             [sender = removal.sender] { sender->removeUserFinished(); });

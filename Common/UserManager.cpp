@@ -62,6 +62,35 @@ void setSecret(const Value& object, std::string_view key, const std::string& use
     keychain.savePassword(*secret, userName, &keepLoggedIn);
 }
 
+Array entriesOf(const std::optional<Value>& list) {
+    return list && list->array() != nullptr ? *list->array() : Array();
+}
+
+/// The first record of that name, else the defaults record.
+Dictionary recordIn(const Array& users, const std::optional<std::string>& userName) {
+    for (const Value& entry : users)
+        if (isRecordOf(entry, userName)) return *entry.dictionary();
+    return UserManager::setupUserDefaults();
+}
+
+/// The record takes the place of all records of that name, at the end.
+void putRecord(Array& users, Dictionary record, const std::optional<std::string>& userName) {
+    std::erase_if(users, [&](const Value& entry) { return isRecordOf(entry, userName); });
+    users.emplace_back(std::move(record));
+}
+
+/// A record made while the list could not be read: its maker had the defaults for what is stored.
+Dictionary overStored(Dictionary record, const Dictionary& stored) {
+    const Dictionary defaults = UserManager::setupUserDefaults();
+    for (const auto& [key, value] : stored) {
+        const Value* const made = platform::find(record, key);
+        const Value* const unread = platform::find(defaults, key);
+        if (made == nullptr || (unread != nullptr && *made == *unread))
+            record.insert_or_assign(key, value);
+    }
+    return record;
+}
+
 UserManager::Object objectOf(std::optional<std::string> text) {
     if (!text) return std::nullopt;
     return Value(std::move(*text));
@@ -86,9 +115,7 @@ std::optional<Array> UserManager::userList() const {
 }
 
 Dictionary UserManager::userWithUserName(const Text& userName) const {
-    for (const Value& entry : userList().value_or(Array()))
-        if (isRecordOf(entry, userName)) return *entry.dictionary();
-    return setupUserDefaults();
+    return recordIn(userList().value_or(Array()), userName);
 }
 
 Dictionary UserManager::setupUserDefaults() {
@@ -97,30 +124,45 @@ Dictionary UserManager::setupUserDefaults() {
             {kUserUploadBandwidth, 100},     {kUserEncryptTransfers, 1}};
 }
 
-Array UserManager::usersWithout(const Text& userName) const {
-    Array users = userList().value_or(Array());
-    std::erase_if(users, [&](const Value& entry) { return isRecordOf(entry, userName); });
-    return users;
-}
-
-void UserManager::writeUserList(Array users) {
-    if (UserDefaults* const defaults = standardUserDefaults())
-        defaults->setObject(kUserList, std::move(users));
+void UserManager::editUserList(const ListEdit& edit) {
+    UserDefaults* const defaults = standardUserDefaults();
+    if (defaults == nullptr) return;
+    defaults->editObject(kUserList, [edit](const std::optional<Value>& current) {
+        Array users = entriesOf(current);
+        return edit(users) ? std::optional<Value>(std::move(users)) : current;
+    });
 }
 
 void UserManager::saveUser(const Dictionary& record, const Text& userName, bool) {
-    Array users = usersWithout(userName);
-    users.emplace_back(record);
-    writeUserList(std::move(users));
+    const UserDefaults* const defaults = standardUserDefaults();
+    const bool unread = defaults != nullptr && defaults->wasAskedInVain(kUserList);
+    editUserList([=](Array& users) {
+        putRecord(users, unread ? overStored(record, recordIn(users, userName)) : record, userName);
+        return true;
+    });
+    save();
+}
+
+void UserManager::forgetUser(const Text& userName, bool withIncompleteOnes) {
+    editUserList([=](Array& users) {
+        std::erase_if(users, [&](const Value& entry) {
+            return isRecordOf(entry, userName) ||
+                   (withIncompleteOnes && isRecordWithoutName(entry));
+        });
+        return true;
+    });
+    UserDefaults* const defaults = standardUserDefaults();
+    if (userName && defaults != nullptr) {
+        defaults->editObject(kLastUsedUserName, [userName](const std::optional<Value>& current) {
+            const bool isSelected = (current ? current->description() : "") == *userName;
+            return isSelected ? std::nullopt : current;
+        });
+    }
     save();
 }
 
 void UserManager::removeIncompleteUser(const Text& userName) {
-    Array users = usersWithout(userName);
-    std::erase_if(users, isRecordWithoutName);
-    writeUserList(std::move(users));
-    if (userName && *userName == lastUsedUserName()) setLastUsedUserName(std::nullopt);
-    save();
+    forgetUser(userName, true);
 }
 
 std::string UserManager::lastUsedUserName() const {
@@ -142,16 +184,21 @@ void UserManager::setPreviousAddUserName(const Text& userName) {
 }
 
 void UserManager::setObject(const Value& object, std::string_view forKey,
-                            const std::string& userName, bool updateMono) {
+                            const std::string& userName, bool) {
     if (forKey == kUserPassword || forKey == kUserState) return setSecret(object, forKey, userName);
-    Dictionary record = userWithUserName(userName);
-    if (object.isNull()) {
-        record.erase(std::string(forKey));
-    } else {
-        record.insert_or_assign(std::string(forKey), object);
-    }
-    if (platform::stringForKey(record, kUserUserName) != userName) record[kUserUserName] = userName;
-    saveUser(record, userName, updateMono);
+    editUserList([=, key = std::string(forKey)](Array& users) {
+        Dictionary record = recordIn(users, userName);
+        if (object.isNull()) {
+            record.erase(key);
+        } else {
+            record.insert_or_assign(key, object);
+        }
+        if (platform::stringForKey(record, kUserUserName) != userName)
+            record[kUserUserName] = userName;
+        putRecord(users, std::move(record), userName);
+        return true;
+    });
+    save();
 }
 
 UserManager::Object UserManager::objectForKey(std::string_view key, const Text& username) const {
@@ -194,10 +241,14 @@ UserManager::Object UserManager::recordObject(std::string_view key, const Text& 
     return value != nullptr ? Object(*value) : std::nullopt;
 }
 
-void UserManager::removeObjectForKey(std::string_view key, const Text& userName, bool updateMono) {
-    Dictionary record = userWithUserName(userName);
-    record.erase(std::string(key));
-    saveUser(record, userName, updateMono);
+void UserManager::removeObjectForKey(std::string_view key, const Text& userName, bool) {
+    editUserList([=, key = std::string(key)](Array& users) {
+        Dictionary record = recordIn(users, userName);
+        record.erase(key);
+        putRecord(users, std::move(record), userName);
+        return true;
+    });
+    save();
 }
 
 UserManager::Text UserManager::userCachePath(const Text& userName) const {
@@ -215,17 +266,23 @@ bool UserManager::doesUserKeyExists(const std::string& userName) const {
 }
 
 bool UserManager::updateUserWithUsername(const std::string& userName, std::int32_t forAccount) {
-    for (const Value& entry : userList().value_or(Array())) {
-        if (entry.dictionary() == nullptr) continue;
-        Dictionary record = *entry.dictionary();
-        const Value* account = platform::find(record, kUserAccountId);
-        if (account == nullptr || !account->answersIntegerConversion() ||
-            account->intValue() != forAccount)
-            continue;
-        const Text oldName = platform::stringForKey(record, kUserUserName);
-        record[kUserUserName] = userName;
-        saveUser(record, oldName, false);
-    }
+    editUserList([=](Array& users) {
+        bool isRenamed = false;
+        for (const Value& entry : Array(users)) {
+            if (entry.dictionary() == nullptr) continue;
+            Dictionary record = *entry.dictionary();
+            const Value* account = platform::find(record, kUserAccountId);
+            if (account == nullptr || !account->answersIntegerConversion() ||
+                account->intValue() != forAccount)
+                continue;
+            const Text oldName = platform::stringForKey(record, kUserUserName);
+            record[kUserUserName] = userName;
+            putRecord(users, std::move(record), oldName);
+            isRenamed = true;
+        }
+        return isRenamed;
+    });
+    save();
     return false;
 }
 

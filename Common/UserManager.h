@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -110,8 +111,11 @@ public:
     bool isBusinessSharing() const;
 
 private:
-    platform::Array usersWithout(const Text& userName) const;
-    static void writeUserList(platform::Array users);
+    /// False when there is nothing to change.
+    using ListEdit = std::function<bool(platform::Array& users)>;
+    /// Not saved yet. A list that cannot be read is edited once it can be: no account is lost.
+    static void editUserList(const ListEdit& edit);
+    void forgetUser(const Text& userName, bool withIncompleteOnes);
     Object recordObject(std::string_view key, const Text& userName) const;
     Object selectedUserObject(std::string_view key) const;
     std::int32_t selectedUserInt(std::string_view key, std::int32_t defaultValue) const;

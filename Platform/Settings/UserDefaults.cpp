@@ -59,19 +59,30 @@ void UserDefaults::registerDefaults(const Dictionary& factorySettings) {
 
 std::optional<Value> UserDefaults::objectForKey(std::string_view key) const {
     const std::lock_guard lock(mutex_);
+    return lookUp(key);
+}
+
+std::optional<Value> UserDefaults::lookUp(std::string_view key) const {
     const Value* value = find(argument_, key);
-    if (value == nullptr) {
-        readDomains();
-        const auto changed = pending_.find(key);
-        if (changed == pending_.end()) {
-            value = find(application_, key);
-        } else if (changed->second) {
-            value = &*changed->second;
-        }
-    }
-    if (value == nullptr) value = find(global_, key);
+    if (value == nullptr) value = applicationValue(key);
+    if (value == nullptr && global_.content) value = find(*global_.content, key);
     if (value == nullptr) value = find(registration_, key);
     return value == nullptr ? std::nullopt : std::optional(*value);
+}
+
+const Value* UserDefaults::applicationValue(std::string_view key) const {
+    readDomains();
+    const bool rests = resting_.contains(key);
+    if (application_.content || (pending_.contains(key) && !rests)) {
+        if (const auto vain = askedInVain_.find(key); vain != askedInVain_.end())
+            askedInVain_.erase(vain);
+    } else {
+        askedInVain_.insert_or_assign(std::string(key), *application_.fault);
+    }
+    const auto changed = pending_.find(key);
+    if (changed != pending_.end() && !(rests && application_.content))
+        return changed->second ? &*changed->second : nullptr;
+    return application_.content ? find(*application_.content, key) : nullptr;
 }
 
 std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const {
@@ -95,22 +106,59 @@ std::optional<Array> UserDefaults::arrayForKey(std::string_view key) const {
 void UserDefaults::setObject(std::string_view key, Value value) {
     if (value.isNull()) return removeObject(key);
     const std::lock_guard lock(mutex_);
-    pending_.insert_or_assign(std::string(key), std::optional(std::move(value)));
+    std::erase_if(waiting_, [&](const auto& edit) { return edit.first == key; });
+    change(key, std::move(value));
 }
 
 void UserDefaults::removeObject(std::string_view key) {
     const std::lock_guard lock(mutex_);
-    pending_.insert_or_assign(std::string(key), std::nullopt);
+    std::erase_if(waiting_, [&](const auto& edit) { return edit.first == key; });
+    change(key, std::nullopt);
+}
+
+void UserDefaults::editObject(std::string_view key, Edit edit) {
+    const std::lock_guard lock(mutex_);
+    const std::optional<Value> current = lookUp(key);
+    if (askedInVain_.contains(key)) {
+        waiting_.emplace_back(key, std::move(edit));
+        return;
+    }
+    if (std::optional<Value> changed = edit(current); changed != current)
+        change(key, std::move(changed));
+}
+
+bool UserDefaults::wasAskedInVain(std::string_view key) const {
+    const std::lock_guard lock(mutex_);
+    return askedInVain_.contains(key);
+}
+
+void UserDefaults::change(std::string_view key, std::optional<Value> value) const {
+    resting_.erase(std::string(key));
+    if (const auto vain = askedInVain_.find(key); vain != askedInVain_.end())
+        resting_.insert(*vain);
+    pending_.insert_or_assign(std::string(key), std::move(value));
+}
+
+void UserDefaults::makeWaitingEdits() const {
+    for (const auto& [key, edit] : std::exchange(waiting_, {})) {
+        const std::optional<Value> current = lookUp(key);
+        if (std::optional<Value> changed = edit(current); changed != current)
+            change(key, std::move(changed));
+    }
 }
 
 std::optional<Error> UserDefaults::synchronize() {
     const std::lock_guard lock(mutex_);
+    if (!waiting_.empty() || !resting_.empty()) readDomains();
+    if (!waiting_.empty()) return application_.fault;
+    if (!resting_.empty()) return resting_.begin()->second;
+    application_.isRead = false;
+    global_.isRead = false;
     if (!pending_.empty()) {
         if (const auto error = savePending()) return error;
     }
-    read_ = false;
     readDomains();
-    return std::nullopt;
+    return application_.fault;
 }
 
 std::optional<Error> UserDefaults::savePending() {
@@ -118,9 +166,10 @@ std::optional<Error> UserDefaults::savePending() {
     const std::string lockPath = pathByAppending(preferencesFolder_, "." + identifier_ + ".lock");
     const auto fileLock = LockFile::take(fileManager_.hostPath(lockPath), kLockPatience);
     if (!fileLock) return fileLock.error();
-    const auto merged = mergeIntoDomainFile(fileManager_, applicationFile(), pending_);
+    auto merged = mergeIntoDomainFile(fileManager_, applicationFile(), pending_);
     if (!merged) return merged.error();
     if (merged->damage) report(applicationFile(), *merged->damage);
+    application_ = {true, std::move(merged->domain), std::nullopt};
     pending_.clear();
     return std::nullopt;
 }
@@ -130,17 +179,26 @@ std::string UserDefaults::applicationFile() const {
 }
 
 void UserDefaults::readDomains() const {
-    if (read_) return;
-    read_ = true;
-    application_ = readDomain(applicationFile());
-    global_ = readDomain(pathByAppending(preferencesFolder_, ".GlobalPreferences.plist"));
+    readDomain(applicationFile(), application_);
+    readDomain(pathByAppending(preferencesFolder_, ".GlobalPreferences.plist"), global_);
+    if (application_.content) makeWaitingEdits();
 }
 
-Dictionary UserDefaults::readDomain(const std::string& file) const {
-    Result<Dictionary> domain = readDomainFile(fileManager_, file);
-    if (domain) return std::move(*domain);
-    report(file, domain.error());
-    return {};
+void UserDefaults::readDomain(const std::string& file, Domain& domain) const {
+    if (domain.isRead) return;
+    Result<Dictionary> read = readDomainFile(fileManager_, file);
+    domain.fault.reset();
+    if (read) {
+        domain.content = std::move(*read);
+    } else {
+        report(file, read.error());
+        if (blamesFile(read.error())) {
+            domain.content = Dictionary();
+        } else {
+            domain.fault = read.error();
+        }
+    }
+    domain.isRead = !domain.fault;
 }
 
 void UserDefaults::report(const std::string& file, const Error& error) const {

@@ -26,13 +26,6 @@ Result<std::string> pathBehindLinks(std::filesystem::path path) {
     return Error::posix(ELOOP);
 }
 
-/// True when the file itself is at fault. Want of descriptors, memory or a working disk says
-/// nothing about the file, which must then stay where it is.
-bool blamesFile(const Error& error) {
-    return error.domain() == kFileErrorDomain ||
-           (error.domain() == kPosixErrorDomain && error.code() == EACCES);
-}
-
 void apply(const DomainChanges& changes, Dictionary& domain) {
     for (const auto& [key, value] : changes) {
         if (value) {
@@ -45,11 +38,17 @@ void apply(const DomainChanges& changes, Dictionary& domain) {
 
 }  // namespace
 
+bool blamesFile(const Error& error) {
+    return error.domain() == kFileErrorDomain;
+}
+
 Result<Dictionary> readDomainFile(const FileManager& fileManager, const std::string& path) {
     Result<Value> list = readPropertyList(fileManager, path);
     if (!list) {
         const Error& error = list.error();
-        if (error.domain() == kPosixErrorDomain && error.code() == ENOENT) return Dictionary();
+        const bool isMissing = error.domain() == kPosixErrorDomain &&
+                               (error.code() == ENOENT || error.code() == ENOTDIR);
+        if (isMissing) return Dictionary();
         return error;
     }
     if (list->dictionary() == nullptr) return Error::file("is not a dictionary");

@@ -15,8 +15,13 @@ class FileManager;
 /// New values by key; nothing takes the key out.
 using DomainChanges = std::map<std::string, std::optional<Value>, std::less<>>;
 
-/// A missing file is an empty domain. Anything but a dictionary is an error of `kFileErrorDomain`.
+/// A missing file is an empty domain (one below a file is missing too). Anything but a dictionary
+/// is an error of `kFileErrorDomain`.
 Result<Dictionary> readDomainFile(const FileManager& fileManager, const std::string& path);
+
+/// True when the file itself is at fault. Want of descriptors, memory, permission or a working disk
+/// says nothing about the file, which must then stay where it is.
+bool blamesFile(const Error& error);
 
 struct MergedDomain {
     Dictionary domain;

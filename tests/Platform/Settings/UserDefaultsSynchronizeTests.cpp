@@ -139,13 +139,13 @@ TEST_F(UserDefaultsSynchronize, FolderAndFifoInPlaceOfTheFileAreKeptAside) {
     EXPECT_EQ(file(), Value(Dictionary{{"B", 2}}));
 }
 
-TEST_F(UserDefaultsSynchronize, UnreadableFileIsKeptAside) {
+TEST_F(UserDefaultsSynchronize, FileWithoutPermissionStaysAndTheSaveFails) {
     write(Dictionary{{"A", 1}});
     ::chmod(disk.host(kFile).c_str(), 0000);
-    EXPECT_TRUE(disk.holdsForOrdinaryUser([&] {
-        return !save("B", 2) && file() == Value(Dictionary{{"B", 2}}) &&
-               disk.exists(std::string(kFile) + ".damaged");
-    }));
+    EXPECT_TRUE(disk.holdsForOrdinaryUser(
+        [&] { return save("B", 2) == Error::posix(EACCES) && disk.count("/Preferences") == 2; }));
+    ::chmod(disk.host(kFile).c_str(), 0600);
+    EXPECT_EQ(file(), Value(Dictionary{{"A", 1}}));
 }
 
 TEST_F(UserDefaultsSynchronize, LinkStaysAndItsTargetIsReplaced) {
