@@ -1,7 +1,10 @@
 #include "Platform/Settings/UserDefaultsFile.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <system_error>
 
@@ -14,6 +17,7 @@ namespace {
 
 constexpr mode_t kFileMode = 0600;
 constexpr int kMaximumLinks = 32;
+constexpr int kMostDamagedCopies = 8;
 
 /// Where the links at the end of a path lead, whether or not a file is there yet.
 Result<std::string> pathBehindLinks(std::filesystem::path path) {
@@ -24,6 +28,38 @@ Result<std::string> pathBehindLinks(std::filesystem::path path) {
         path = path.parent_path() / target;  // an absolute target takes the place of the whole
     }
     return Error::posix(ELOOP);
+}
+
+/// The first free name for a copy. When all are taken the oldest copy goes.
+Result<std::string> nameAside(const FileManager& host, const std::string& file) {
+    std::string oldest;
+    time_t oldestTime = 0;
+    for (int number = 1; number <= kMostDamagedCopies; ++number) {
+        const std::string name =
+            file + ".damaged" + (number == 1 ? "" : "-" + std::to_string(number));
+        struct stat status = {};
+        if (::lstat(name.c_str(), &status) != 0) {
+            if (errno == ENOENT) return name;
+            return Error::posix(errno);
+        }
+        if (oldest.empty() || status.st_ctime < oldestTime) {
+            oldest = name;
+            oldestTime = status.st_ctime;
+        }
+    }
+    if (const auto error = host.removeItem(oldest)) return *error;
+    return oldest;
+}
+
+/// The new text takes the place of a file that is kept aside; after an error nothing has changed.
+std::optional<Error> replaceDamaged(const FileManager& host, const std::string& file,
+                                    const std::string& text) {
+    const Result<std::string> aside = nameAside(host, file);
+    if (!aside) return aside.error();
+    if (std::rename(file.c_str(), aside->c_str()) != 0) return Error::posix(errno);
+    const auto error = host.writeAtomically(file, text, kFileMode);
+    if (error) std::rename(aside->c_str(), file.c_str());
+    return error;
 }
 
 void apply(const DomainChanges& changes, Dictionary& domain) {
@@ -78,12 +114,9 @@ Result<MergedDomain> mergeIntoDomainFile(const FileManager& fileManager, const s
     if (text.size() > kMaximumPropertyListBytes)
         return Error::file("is larger than " + std::to_string(kMaximumPropertyListBytes) +
                            " bytes");
-    const std::string aside = *file + ".damaged";
-    if (merged.damage && std::rename(file->c_str(), aside.c_str()) != 0) return Error::posix(errno);
-    if (const auto error = host.writeAtomically(*file, text, kFileMode)) {
-        if (merged.damage) std::rename(aside.c_str(), file->c_str());
-        return *error;
-    }
+    const auto error = merged.damage ? replaceDamaged(host, *file, text)
+                                     : host.writeAtomically(*file, text, kFileMode);
+    if (error) return *error;
     return merged;
 }
 

@@ -25,7 +25,8 @@ bool blamesFile(const Error& error);
 
 struct MergedDomain {
     Dictionary domain;
-    /// Why the file that was there could not be used; it is now beside the new one as FILE.damaged.
+    /// Why the file that was there could not be used; it is now beside the new one as FILE.damaged,
+    /// the next ones as FILE.damaged-2 to -8. After that the oldest copy makes room.
     std::optional<Error> damage;
 };
 

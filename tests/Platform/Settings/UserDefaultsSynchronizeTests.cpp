@@ -128,6 +128,29 @@ TEST_F(UserDefaultsSynchronize, DamagedFileIsKeptAside) {
     EXPECT_EQ(problems.take().size(), 1u);
 }
 
+TEST_F(UserDefaultsSynchronize, EachDamagedFileKeepsACopyOfItsOwn) {
+    for (const char* damage : {"first", "second", "third"}) {
+        disk.makeFile(kFile, damage);
+        EXPECT_EQ(save("A", 1), std::nullopt);
+    }
+    EXPECT_EQ(disk.read(std::string(kFile) + ".damaged"), "first");
+    EXPECT_EQ(disk.read(std::string(kFile) + ".damaged-2"), "second");
+    EXPECT_EQ(disk.read(std::string(kFile) + ".damaged-3"), "third");
+}
+
+TEST_F(UserDefaultsSynchronize, NinthDamagedFileTakesThePlaceOfACopy) {
+    for (int number = 1; number <= 9; ++number) {
+        disk.makeFile(kFile, "damage " + std::to_string(number));
+        EXPECT_EQ(save("A", 1), std::nullopt);
+    }
+    std::set<std::string> copies;
+    for (const auto& entry : std::filesystem::directory_iterator(disk.host("/Preferences")))
+        if (entry.path().string().find(".damaged") != std::string::npos)
+            copies.insert(disk.read("/Preferences/" + entry.path().filename().string()));
+    EXPECT_EQ(copies.size(), 8u);
+    EXPECT_TRUE(copies.contains("damage 9"));
+}
+
 TEST_F(UserDefaultsSynchronize, FolderAndFifoInPlaceOfTheFileAreKeptAside) {
     disk.makeFile(std::string(kFile) + "/inside", "x");
     EXPECT_EQ(save("A", 1), std::nullopt);
