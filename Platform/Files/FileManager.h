@@ -51,7 +51,8 @@ public:
     /// bytes give an error of `kFileErrorDomain` at once; a missing file one of `kPosixErrorDomain`
     /// (ENOENT).
     Result<std::string> contents(std::string_view path, std::uint64_t maximum) const;
-    /// Writes beside the target and renames into place, synced to disk; a kill leaves old or new.
+    /// Writes beside the target and renames into place, synced to disk; a kill leaves old or new,
+    /// and perhaps a file ".quillmore-XXXXXX" there, which a later write into the folder removes.
     std::optional<Error> writeAtomically(std::string_view path, std::string_view bytes,
                                          mode_t mode) const;
     /// Creates the folder and missing parents; `mode` applies to each, under the umask. A folder

@@ -1,25 +1,36 @@
 // What the file manager makes in one stroke: files, folders, and another path for an item.
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include "Platform/Files/FileDescriptor.h"
 #include "Platform/Files/FileManager.h"
+#include "Platform/Files/FolderCursor.h"
 
 namespace quillmore::platform {
 
 namespace {
 
-/// A new file under a name of its own; removed again unless it was renamed into place.
+// The name is short whatever the target's: a long one must not make the file impossible.
+constexpr std::string_view kTemporaryPrefix = ".quillmore-";
+constexpr std::string_view kTemporaryPattern = "XXXXXX";
+
+/// A new file under a name of its own; removed again unless it was renamed into place. It is locked
+/// while it is in use, so that others can tell it from what a killed process has left.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(std::string pattern) : path_(std::move(pattern)) {
+    explicit TemporaryFile(const std::string& folder)
+        : path_(folder + std::string(kTemporaryPrefix) + std::string(kTemporaryPattern)) {
         file_ = FileDescriptor(::mkostemp(path_.data(), O_CLOEXEC));
         exists_ = static_cast<bool>(file_);
+        // Without a lock (some file systems know none) its age alone protects it.
+        if (exists_) ::flock(file_.get(), LOCK_EX | LOCK_NB);
     }
     ~TemporaryFile() {
         if (exists_) ::unlink(path_.c_str());
@@ -50,6 +61,32 @@ int syncFolder(const std::string& path) {
     return errno;
 }
 
+/// Of the user's own, older by far than a write takes, and held by nobody.
+bool isLeftOver(int folder, const std::string& name, time_t now) {
+    constexpr time_t kOld = 10 * 60;
+    const FileDescriptor file(
+        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status = {};
+    return file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_uid == ::geteuid() && now - status.st_mtime > kOld &&
+           ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+/// Removes what writers that were killed have left in the folder. `now` by the folder's own clock.
+/// What does not go stays for the next writer.
+void removeLeftOvers(const std::string& path, time_t now) {
+    const FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor listed(folder ? ::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0) : -1);
+    std::vector<std::string> names;
+    if (!listed || namesInFolder(std::move(listed), names) != 0) return;
+    for (const std::string& name : names) {
+        const bool isOurs = name.starts_with(kTemporaryPrefix) &&
+                            name.size() == kTemporaryPrefix.size() + kTemporaryPattern.size();
+        if (isOurs && isLeftOver(folder.get(), name, now))
+            ::unlinkat(folder.get(), name.c_str(), 0);
+    }
+}
+
 bool isFolder(const std::string& path) {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -72,9 +109,10 @@ std::optional<Error> FileManager::writeAtomically(std::string_view path, std::st
     const std::string::size_type slash = target.rfind('/');
     const std::string folder = slash == std::string::npos ? "./" : target.substr(0, slash + 1);
 
-    // The name is short whatever the target's: a long one must not make the file impossible.
-    TemporaryFile file(folder + ".quillmore-XXXXXX");
+    TemporaryFile file(folder);
     if (!file.exists()) return Error::posix(errno);
+    struct stat created = {};
+    if (::fstat(file.descriptor(), &created) == 0) removeLeftOvers(folder, created.st_mtime);
     int error = writeAll(file.descriptor(), bytes);
     if (error == 0 && ::fchmod(file.descriptor(), mode) != 0) error = errno;
     if (error == 0 && ::fsync(file.descriptor()) != 0) error = errno;

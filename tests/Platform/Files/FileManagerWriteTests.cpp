@@ -1,6 +1,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
+#include <ctime>
+
+#include "Platform/Files/FileDescriptor.h"
 #include "Platform/Files/FileManager.h"
 #include "tests/Platform/Files/TemporaryFiles.h"
 
@@ -97,6 +101,35 @@ TEST(FileManagerWriteAtomically, FolderThatMayNotBeListedIsWrittenInto) {
     ::chmod(disk.host("/drop").c_str(), 0300);
     EXPECT_TRUE(disk.holdsForOrdinaryUser(
         [&] { return !disk.files.writeAtomically("/drop/file", "new", 0600).has_value(); }));
+}
+
+/// What a killed writer leaves, last written an hour ago.
+void makeLeftOver(const TemporaryFiles& disk, const std::string& path) {
+    disk.makeFile(path, "half", 0600);
+    const std::time_t anHourAgo = std::time(nullptr) - 3600;
+    const timespec times[2] = {{anHourAgo, 0}, {anHourAgo, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, disk.host(path).c_str(), times, 0), 0);
+}
+
+TEST(FileManagerWriteAtomically, WhatAKilledWriterLeftIsRemovedByTheNext) {
+    TemporaryFiles disk;
+    makeLeftOver(disk, "/f/.quillmore-a1B2c3");
+    makeLeftOver(disk, "/f/.quillmore-notes");
+    EXPECT_EQ(disk.files.writeAtomically("/f/file", "x", 0600), std::nullopt);
+    EXPECT_FALSE(disk.exists("/f/.quillmore-a1B2c3"));
+    EXPECT_TRUE(disk.exists("/f/.quillmore-notes")) << "no name that a writer gives";
+}
+
+TEST(FileManagerWriteAtomically, WhatIsFreshOrHeldByAnotherWriterStays) {
+    TemporaryFiles disk;
+    disk.makeFile("/f/.quillmore-fresh1", "half", 0600);
+    makeLeftOver(disk, "/f/.quillmore-inuse1");
+    const platform::FileDescriptor writer(
+        ::open(disk.host("/f/.quillmore-inuse1").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(::flock(writer.get(), LOCK_EX), 0);
+    EXPECT_EQ(disk.files.writeAtomically("/f/file", "x", 0600), std::nullopt);
+    EXPECT_TRUE(disk.exists("/f/.quillmore-fresh1"));
+    EXPECT_TRUE(disk.exists("/f/.quillmore-inuse1"));
 }
 
 TEST(FileManagerCreateDirectory, MissingParentsAreMadeWithTheModeUnderTheUmask) {
