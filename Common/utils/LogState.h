@@ -29,6 +29,7 @@ struct LogState {
     struct CloseStream {
         void operator()(std::FILE* stream) const { std::fclose(stream); }
     };
+    using Stream = std::unique_ptr<std::FILE, CloseStream>;
 
     std::recursive_mutex lock;
     std::atomic<std::uint32_t> _fileLoggingLevel{kLogLevelNormal};
@@ -38,7 +39,7 @@ struct LogState {
     std::optional<std::string> _logFolderPath;
     std::optional<std::string> _productName;
     std::optional<std::string> _optionalLogFilePath;
-    std::unique_ptr<std::FILE, CloseStream> _optionalLogFileHandle;
+    Stream _optionalLogFileHandle;
     int _examineLogFileLengthInNLines = 0;
     bool isChangingFile = false;
     /// Lines about problems that were found while no file was open, for the next one.

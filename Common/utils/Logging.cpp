@@ -48,17 +48,35 @@ std::string lineOf(LogState& state, std::uint32_t level, const std::string& mess
                             state._PID, tagOf(level), __createCurrentThreadPrefixString(), message);
 }
 
-/// Marks the time in which the file is changed, also when that fails.
+/// Marks the time in which the length is looked at and the file changed, also when that fails: the
+/// next look comes as many lines later in any case, not on each line of a log that cannot go on.
 class FileChange {
 public:
     explicit FileChange(LogState& state) : state_(state) { state_.isChangingFile = true; }
-    ~FileChange() { state_.isChangingFile = false; }
+    ~FileChange() {
+        state_.isChangingFile = false;
+        state_._examineLogFileLengthInNLines = kExamineLogFileLengthEveryNLines;
+    }
     FileChange(const FileChange&) = delete;
     FileChange& operator=(const FileChange&) = delete;
 
 private:
     LogState& state_;
 };
+
+/// Goes on with the old file when there is no fresh one: the next look at the length tries again.
+void changeToFreshFile(LogState& state) {
+    const std::string fresh = __createStringByRegeneratingLogFilePath();
+    const std::optional<std::string> path = state._optionalLogFilePath;
+    LogState::Stream old = std::move(state._optionalLogFileHandle);
+    try {
+        _initLogging(fresh);
+    } catch (...) {
+        state._optionalLogFilePath = path;
+        state._optionalLogFileHandle = std::move(old);
+        throw;
+    }
+}
 
 /// Leaves a file that has grown too long for a fresh one. Old files are never removed.
 void examineLogFileLength(LogState& state) {
@@ -69,8 +87,7 @@ void examineLogFileLength(LogState& state) {
     if (state.isChangingFile) return;  // a line that the change itself logs
     const FileChange change(state);
     if (_fileLength(state._optionalLogFileHandle.get()) >= kLogFileLengthToLeave)
-        _initLogging(__createStringByRegeneratingLogFilePath());
-    state._examineLogFileLengthInNLines = kExamineLogFileLengthEveryNLines;
+        changeToFreshFile(state);
 }
 
 void writeToFile(LogState& state, std::uint32_t level, const std::string& line) {

@@ -141,19 +141,36 @@ TEST_F(LoggingRotation, FailureToOpenTheFreshFileEscapesFromTheLoggingCall) {
         EXPECT_EQ(exception.reason(),
                   "Failed to open log file \"" + std::string(kNextFile) + "\" for writing");
     }
-    EXPECT_NO_THROW(logNormal("later")) << "there is no file to be looked at any more";
+    EXPECT_NO_THROW(logNormal("later")) << "the next look at the length is 500 lines away";
+    EXPECT_EQ(getLogFilePath(), kLogFile);
+    EXPECT_THAT(tail("/tmp/moved/P-2011-01-01-130405.log", 6), EndsWith("later\n"));
 }
 
-TEST_F(LoggingRotation, FolderThatCannotBeMadeAgainRaisesOnEveryLine) {
+TEST_F(LoggingRotation, FailedRotationIsTriedAgainAtTheNextLookAtTheLength) {
+    configure("normal", "error");
+    oneSecondLater();
+    setLength(kLogFile, kLimit);
+    services.makeFolder(kNextFile);
+    EXPECT_THROW(logNormal("crossing"), platform::Exception);
+    for (int number = 1; number <= 500; ++number) EXPECT_NO_THROW(logNormal("%d", number));
+    EXPECT_THAT(tail(kLogFile, 4), EndsWith("500\n"));
+    std::filesystem::remove(services.host(kNextFile));
+    logNormal("501");
+    EXPECT_EQ(getLogFilePath(), kNextFile);
+    EXPECT_THAT(tail(kLogFile, 4), EndsWith("501\n"));
+}
+
+TEST_F(LoggingRotation, FolderThatCannotBeMadeAgainRaisesAtEveryLookAtTheLength) {
     CapturedOutput captured;
     configure("normal", "normal");
     setLength(kLogFile, kLimit);
     std::filesystem::rename(services.host("/Users/jo/Library/Logs"), services.host("/tmp/moved"));
     services.makeFile("/Users/jo/Library/Logs", "a plain file");
     EXPECT_THROW(logNormal("crossing"), platform::Exception);
-    EXPECT_THROW(logNormal("crossing"), platform::Exception);
     EXPECT_THAT(tail("/tmp/moved/P/P/P-2011-01-01-130405.log", 20), EndsWith("crossing\n"));
     EXPECT_EQ(captured.take().standardOutput, "") << "the terminal's turn comes after the file's";
+    for (int number = 1; number <= 500; ++number) EXPECT_NO_THROW(logNormal("%d", number));
+    EXPECT_THROW(logNormal("crossing"), platform::Exception);
 }
 
 using LoggingRotationDeathTest = LoggingRotation;
