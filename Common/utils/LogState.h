@@ -40,6 +40,7 @@ struct LogState {
     std::optional<std::string> _productName;
     std::optional<std::string> _optionalLogFilePath;
     Stream _optionalLogFileHandle;
+    bool isLineCut = false;  ///< The file ends in the midst of a line: the disk was full.
     int _examineLogFileLengthInNLines = 0;
     bool isChangingFile = false;
     /// Lines about problems that were found while no file was open, for the next one.

@@ -69,11 +69,13 @@ void changeToFreshFile(LogState& state) {
     const std::string fresh = __createStringByRegeneratingLogFilePath();
     const std::optional<std::string> path = state._optionalLogFilePath;
     LogState::Stream old = std::move(state._optionalLogFileHandle);
+    const bool isLineCut = state.isLineCut;
     try {
         _initLogging(fresh);
     } catch (...) {
         state._optionalLogFilePath = path;
         state._optionalLogFileHandle = std::move(old);
+        state.isLineCut = isLineCut;
         throw;
     }
 }
@@ -90,10 +92,18 @@ void examineLogFileLength(LogState& state) {
         changeToFreshFile(state);
 }
 
+/// A failed write is ignored: there is no better place to say so. What a full disk has cut gets its
+/// end before the next line, in one write with that.
+void append(LogState& state, const std::string& line) {
+    const std::string text = state.isLineCut ? "\n" + line : line;
+    const std::size_t written =
+        std::fwrite(text.data(), 1, text.size(), state._optionalLogFileHandle.get());
+    if (written > 0) state.isLineCut = text[written - 1] != '\n';
+}
+
 void writeToFile(LogState& state, std::uint32_t level, const std::string& line) {
     if (!state._optionalLogFileHandle || state._fileLoggingLevel < level) return;
-    // A failed write is ignored: there is no better place to say so.
-    std::fwrite(line.data(), 1, line.size(), state._optionalLogFileHandle.get());
+    append(state, line);
     examineLogFileLength(state);
 }
 

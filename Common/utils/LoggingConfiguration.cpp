@@ -134,6 +134,7 @@ std::optional<std::string> _initLogging(const std::optional<std::string>& logFil
     state.recordProcess();
     state._optionalLogFilePath = logFilePath;
     state._optionalLogFileHandle.reset();
+    state.isLineCut = false;
     if (state._optionalLogFilePath) {
         state._optionalLogFileHandle.reset(openForAppending(*state._optionalLogFilePath));
         if (!state._optionalLogFileHandle) {
