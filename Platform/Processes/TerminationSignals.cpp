@@ -53,6 +53,7 @@ bool isIgnored(int signal) {
 
 void watchTerminationSignals(std::function<void(int)> onSignal) {
     ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGXFSZ, SIG_IGN);
     sigset_t watched;
     ::sigemptyset(&watched);
     bool any = false;

@@ -1,7 +1,9 @@
 #include "Platform/Processes/TerminationSignals.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,6 +12,7 @@
 
 #include "Platform/Interface/Application.h"
 #include "tests/Platform/Processes/ForkedProcess.h"
+#include "tests/fakes/TemporaryRoot.h"
 
 namespace quillmore::tests {
 namespace {
@@ -47,6 +50,20 @@ TEST_P(EverySignal, IsHandledWhileTheMainThreadIsBusyElsewhere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(TerminationSignals, EverySignal, testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+TEST(TerminationSignals, FileBeyondTheLimitFailsTheWriteAndNotTheProcess) {
+    const TemporaryFolder folder;
+    ForkedProcess process([&]() -> int {
+        ::signal(SIGXFSZ, SIG_DFL);
+        watchTerminationSignals(exitWithNumber);
+        const platform::FileDescriptor file(
+            ::open((folder.path() + "/file").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+        const rlimit nothing{0, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &nothing);
+        return platform::writeAll(file.get(), "text");
+    });
+    EXPECT_EQ(process.exitStatus(), EFBIG);
+}
 
 TEST(TerminationSignals, AreKeptWhileWorkMustNotBeCut) {
     Pipe pipe;
