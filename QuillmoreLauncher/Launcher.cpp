@@ -4,6 +4,8 @@
 #include "Common/utils/Errors.h"
 #include "Platform/Interface/UserInterface.h"
 #include "Platform/Ports/Services.h"
+#include "Platform/Settings/Bundle.h"
+#include "Platform/Values/Format.h"
 
 namespace quillmore {
 
@@ -18,11 +20,23 @@ void reportFailedStart(const platform::Exception& exception) {
          false});
 }
 
+/// Without a listing of the resources no text and no localised resource is found: every window
+/// would show keys.
+void ensureResourcesCanBeListed() {
+    const platform::Bundle& bundle = *platform::services().mainBundle;
+    if (const auto fault = bundle.resourcesFault())
+        throw platform::Exception(
+            platform::kGenericException,
+            platform::format("Failed to list \"%@\" (%@)", bundle.resourcePath(),
+                             fault->localizedDescription()));
+}
+
 }  // namespace
 
 int runLauncher(platform::ApplicationDelegate& delegate) {
     platform::services().application->setDelegate(&delegate);
     try {
+        ensureResourcesCanBeListed();
         delegate.applicationDidFinishLaunching();
     } catch (const platform::Exception& exception) {
         reportFailedStart(exception);

@@ -79,7 +79,8 @@ const Dictionary* Bundle::info() const {
 }
 
 void Bundle::report(const std::string& file, const Error& error) const {
-    if (!meansMissing(error)) problems_.report("\"" + file + "\": " + error.localizedDescription());
+    const std::string problem = "\"" + file + "\": " + error.localizedDescription();
+    if (!meansMissing(error) && reported_.insert(problem).second) problems_.report(problem);
 }
 
 std::optional<std::string> Bundle::bundleIdentifier() const {
@@ -113,8 +114,11 @@ std::string Bundle::localizedString(std::string_view key, std::string_view table
 
 const StringTable& Bundle::table(std::string_view name) const {
     if (const auto known = tables_.find(name); known != tables_.end()) return known->second;
+    const std::vector<std::string>& folders = localizations();
+    static const StringTable noTexts;
+    if (resourcesFault_) return noTexts;
     StringTable& table = tables_[std::string(name)];
-    for (const std::string& localization : localizations()) {
+    for (const std::string& localization : folders) {
         const std::string file =
             pathByAppending(localizationPath(localization), fileName(name, "strings"));
         Result<StringTable> texts = readStringTable(fileManager_, file);
@@ -127,20 +131,36 @@ const StringTable& Bundle::table(std::string_view name) const {
     return table;
 }
 
+std::optional<Error> Bundle::resourcesFault() const {
+    const std::lock_guard lock(mutex_);
+    localizations();
+    return resourcesFault_;
+}
+
 std::vector<std::string> Bundle::preferredLocalizations() const {
     const std::lock_guard lock(mutex_);
     return localizations();
 }
 
-const std::vector<std::string>& Bundle::localizations() const {
-    if (localizations_) return *localizations_;
-    std::vector<std::string> available;
-    if (const auto names = fileManager_.contentsOfDirectory(resourcePath())) {
-        for (const std::string& name : *names) {
-            if (name.ends_with(kLocalizationSuffix))
-                available.push_back(name.substr(0, name.size() - kLocalizationSuffix.size()));
-        }
+std::vector<std::string> Bundle::availableLocalizations() const {
+    resourcesFault_.reset();
+    const auto names = fileManager_.contentsOfDirectory(resourcePath());
+    if (!names) {
+        report(resourcePath(), names.error());
+        if (!meansMissing(names.error())) resourcesFault_ = names.error();
+        return {};
     }
+    std::vector<std::string> available;
+    for (const std::string& name : *names) {
+        if (name.ends_with(kLocalizationSuffix))
+            available.push_back(name.substr(0, name.size() - kLocalizationSuffix.size()));
+    }
+    return available;
+}
+
+const std::vector<std::string>& Bundle::localizations() const {
+    if (localizations_ && !resourcesFault_) return *localizations_;
+    const std::vector<std::string> available = availableLocalizations();
     std::string region = "en";
     if (const Dictionary* dictionary = info())
         region = stringForKey(*dictionary, "CFBundleDevelopmentRegion").value_or(region);

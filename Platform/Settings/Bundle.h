@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,7 @@ class Problems;
 class Bundle {
 public:
     /// `fileManager` and `problems` must outlive the bundle. `preferredLanguages`: most wanted
-    /// first
-    /// ("de-AT", "en"). Each file is reported once.
+    /// first ("de-AT", "en"). Each fault of a file is reported once.
     Bundle(const FileManager& fileManager, std::string path,
            std::vector<std::string> preferredLanguages, Problems& problems);
 
@@ -51,6 +51,9 @@ public:
     /// localisation that has such a table; the key itself when that table has no entry. A damaged
     /// table counts as missing.
     std::string localizedString(std::string_view key, std::string_view table = {}) const;
+    /// Why the folder of the resources cannot be listed, so that every text is its key; it is tried
+    /// again with each question. A missing folder is none.
+    std::optional<Error> resourcesFault() const;
     /// Localisations to look in, best first: the user's languages that the bundle has ("de-AT"
     /// falls back to "de"), then "CFBundleDevelopmentRegion" ("en" when absent), then "Base". Each
     /// is the name of a ".lproj" folder that is there ("German" may be the one for "de").
@@ -61,6 +64,7 @@ private:
     const Dictionary* info() const;
     const StringTable& table(std::string_view name) const;
     const std::vector<std::string>& localizations() const;
+    std::vector<std::string> availableLocalizations() const;
     void report(const std::string& file, const Error& error) const;
 
     std::string localizationPath(std::string_view localization) const;
@@ -73,6 +77,8 @@ private:
     mutable bool infoRead_ = false;
     mutable std::optional<Dictionary> info_;
     mutable std::optional<std::vector<std::string>> localizations_;
+    mutable std::optional<Error> resourcesFault_;
+    mutable std::set<std::string> reported_;
     mutable std::map<std::string, StringTable, std::less<>> tables_;
 };
 

@@ -1,6 +1,6 @@
 #include "QuillmoreLauncher/Launcher.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "tests/fakes/TestServices.h"
 
@@ -39,6 +39,20 @@ TEST_F(LauncherTest, ExceptionAtStartUpIsLoggedShownAndGivesAFailureStatus) {
               "Configuration Fault (Invalid logging level 9)");
     EXPECT_EQ(services.userInterface.alerts[0].buttons[0].title, "Quit");
     EXPECT_EQ(services.userInterface.runs, 0);
+}
+
+TEST_F(LauncherTest, ResourcesThatCannotBeListedEndTheStart) {
+    delegate.body = [] { ADD_FAILURE() << "nothing is shown in keys"; };
+    const std::string resources = services.bundle->resourcePath();
+    std::filesystem::remove(services.host(resources));
+    std::filesystem::create_symlink("Resources", services.host(resources));  // leads to itself
+    EXPECT_EQ(runLauncher(delegate), 1);
+    EXPECT_THAT(services.problems.take(),
+                testing::ElementsAre("\"" + resources + "\": Too many levels of symbolic links"));
+    ASSERT_EQ(services.userInterface.alerts.size(), 1U);
+    EXPECT_EQ(services.userInterface.alerts[0].informativeText,
+              "NSGenericException (Failed to list \"" + resources +
+                  "\" (Too many levels of symbolic links))");
 }
 
 TEST_F(LauncherTest, ExceptionInAMainLoopCallbackIsLoggedAndTheLoopGoesOn) {

@@ -178,6 +178,30 @@ TEST_F(BundleTest, DamagedTableCountsAsMissingAndIsSaidOnce) {
     EXPECT_EQ(problems.take(), Names{});
 }
 
+TEST_F(BundleTest, ListingThatFailsIsSaidAndTriedAgain) {
+    writeResource("en.lproj/Localizable.strings", R"("Key" = "Text";)");
+    const Bundle bundle = bundleFor();
+    const int next = ::dup(0);
+    ::close(next);
+    {
+        const LoweredLimit descriptors(RLIMIT_NOFILE, static_cast<rlim_t>(next));
+        EXPECT_EQ(bundle.localizedString("Key"), "Key");
+        EXPECT_EQ(bundle.resourcesFault(), platform::Error::posix(EMFILE));
+    }
+    EXPECT_EQ(problems.take(), (Names{"\"/Apps/Test.app/Contents/Resources\": Too many open files",
+                                      "\"/Apps/Test.app/Contents/Info.plist\": "
+                                      "Too many open files"}));
+    EXPECT_EQ(bundle.resourcesFault(), std::nullopt);
+    EXPECT_EQ(bundle.localizedString("Key"), "Text");
+    EXPECT_EQ(problems.take(), Names{});
+}
+
+TEST_F(BundleTest, FolderThatIsMissingIsNoFaultOfTheListing) {
+    const Bundle bundle = bundleFor();
+    EXPECT_EQ(bundle.resourcesFault(), std::nullopt);
+    EXPECT_EQ(problems.take(), Names{});
+}
+
 TEST_F(BundleTest, ManyThreadsMayAskAtOnce) {
     writeInfo(Dictionary{{"CFBundleIdentifier", "com.test"}});
     writeResource("en.lproj/Localizable.strings", "\"Quit\" = \"Leave\";");
