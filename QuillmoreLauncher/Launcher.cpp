@@ -1,5 +1,8 @@
 #include "QuillmoreLauncher/Launcher.h"
 
+#include <cstdio>
+#include <exception>
+
 #include "Common/BrandingManager.h"
 #include "Common/utils/Errors.h"
 #include "Platform/Interface/UserInterface.h"
@@ -50,6 +53,17 @@ int runLauncher(platform::ApplicationDelegate& delegate) {
             logErrorException(exception);
         }
     }
+}
+
+int statusOfProgram(const std::string& program, const std::function<int()>& body) {
+    try {
+        return body();
+    } catch (const std::exception& fault) {
+        std::fprintf(stderr, "%s: %s\n", program.c_str(), fault.what());
+    } catch (...) {
+        std::fprintf(stderr, "%s: failed for an unknown reason\n", program.c_str());
+    }
+    return 1;
 }
 
 }  // namespace quillmore

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "Common/utils/Logging.h"
 #include "Common/utils/ProblemLog.h"
@@ -26,8 +27,9 @@
 
 using namespace quillmore;
 
-int main(int argc, char** argv) {
-    platform::ensureStandardDescriptors();
+namespace {
+
+int launch(int argc, char** argv) {
     platform::MainApplication application;
     platform::watchTerminationSignals([&application](int signal) {
         logNormal("Received signal %d, will terminate now", signal);
@@ -86,4 +88,13 @@ int main(int argc, char** argv) {
 
     Quillmore_LauncherAppDelegate delegate;
     application.exitProcess(runLauncher(delegate));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    platform::ensureStandardDescriptors();
+    // Not by way of exit(): the thread that waits for signals may still use what this one leaves.
+    std::_Exit(
+        statusOfProgram(argc > 0 ? argv[0] : "Quillmore", [&] { return launch(argc, argv); }));
 }

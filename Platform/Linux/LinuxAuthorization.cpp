@@ -12,6 +12,7 @@
 #include "Platform/Interface/TerminalQuestion.h"
 #include "Platform/Linux/AdministratorProgram.h"
 #include "Platform/Linux/Polkit/PolkitModule.h"
+#include "Platform/Processes/Headroom.h"
 #include "Platform/Processes/ProcessSpawner.h"
 #include "Platform/Values/Exception.h"
 
@@ -146,6 +147,10 @@ OSStatus LinuxAuthorization::startProgram(Reference& reference, bool interaction
 /// What pkexec is going to be answered is asked before: afterwards its status alone does not tell.
 OSStatus LinuxAuthorization::startByPkexec(Reference& reference, const std::string& program,
                                            bool interactionAllowed) {
+    if (const auto lack = lackOf(kHeadroomOfGLib)) {
+        options_.problems->report("polkit: " + lack->localizedDescription());
+        return kAuthorizationInternal;
+    }
     const auto module = module_.open();
     if (!module) {
         options_.problems->report(module.error().localizedDescription());

@@ -4,6 +4,7 @@
 
 #include "Platform/Files/Paths.h"
 #include "Platform/Linux/Secret/SecretModule.h"
+#include "Platform/Processes/Headroom.h"
 #include "Platform/Values/SecretMemory.h"
 #include "Platform/Values/TextEncoding.h"
 
@@ -137,6 +138,10 @@ void LinuxKeychain::remember(OSStatus status) {
 }
 
 OSStatus LinuxKeychain::ask(const Subject& subject, const Call& call) {
+    if (const auto lack = lackOf(kHeadroomOfGLib)) {
+        options_.problems->report("Secret Service: " + lack->localizedDescription());
+        return kKeychainNotAvailable;
+    }
     const auto secrets = module_.open();
     if (!secrets) {
         options_.problems->report(secrets.error().localizedDescription());

@@ -67,5 +67,27 @@ TEST_F(LauncherTest, ExceptionInAMainLoopCallbackIsLoggedAndTheLoopGoesOn) {
               std::string::npos);
 }
 
+TEST(StatusOfProgram, IsThatOfItsBody) {
+    EXPECT_EQ(statusOfProgram("Quillmore", [] { return 3; }), 3);
+}
+
+TEST(StatusOfProgram, FaultGivesAMessageAndAFailureStatus) {
+    CapturedOutput output;
+    EXPECT_EQ(statusOfProgram("Quillmore",
+                              []() -> int {
+                                  throw platform::Exception("NSGenericException",
+                                                            "Couldn't start a thread");
+                              }),
+              1);
+    EXPECT_EQ(output.take().standardError,
+              "Quillmore: NSGenericException: Couldn't start a thread\n");
+}
+
+TEST(StatusOfProgram, FaultOfTheLanguagesOwnLibraryIsSaidToo) {
+    CapturedOutput output;
+    EXPECT_EQ(statusOfProgram("Quillmore", []() -> int { throw std::bad_alloc(); }), 1);
+    EXPECT_EQ(output.take().standardError, "Quillmore: std::bad_alloc\n");
+}
+
 }  // namespace
 }  // namespace quillmore::tests

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/fakes/RecordingProblems.h"
 
 namespace quillmore::tests {
@@ -46,6 +47,19 @@ TEST_F(LinuxKeychain, EveryAnswerHasItsStatus) {
         EXPECT_EQ(find(), status) << number;
         EXPECT_EQ(keychain->addGenericPassword("S", "jo", "x"), status) << number;
     }
+}
+
+TEST_F(LinuxKeychain, WithoutDescriptorsToSpareItIsNotAvailableAndTheReasonSaid) {
+    answer("0");
+    EXPECT_EQ(find(), 0);
+    problems.take();
+    const int next = ::dup(0);
+    ::close(next);
+    {
+        const LoweredLimit descriptors(RLIMIT_NOFILE, static_cast<rlim_t>(next + 5));
+        EXPECT_EQ(find(), platform::kKeychainNotAvailable);
+    }
+    EXPECT_THAT(problems.take(), ElementsAre("Secret Service: Too many open files"));
 }
 
 TEST_F(LinuxKeychain, CallsCarryServiceAccountItemAndData) {

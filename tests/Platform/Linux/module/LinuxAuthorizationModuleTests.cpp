@@ -6,6 +6,7 @@
 
 #include "Platform/Linux/LinuxAuthorization.h"
 #include "Platform/Processes/ProcessSpawner.h"
+#include "tests/Platform/Files/TemporaryFiles.h"
 #include "tests/fakes/RecordingProblems.h"
 #include "tests/fakes/TestServices.h"
 
@@ -73,6 +74,16 @@ TEST_F(LinuxAuthorizationModule, EveryAnswerHasItsStatus) {
     EXPECT_EQ(ask("3"), platform::kAuthorizationInternal);
     EXPECT_EQ(ask("99"), platform::kAuthorizationInternal);
     EXPECT_EQ(ask("0"), platform::kAuthorizationSuccess);
+}
+
+TEST_F(LinuxAuthorizationModule, WithoutDescriptorsToSpareNothingIsAskedAndTheReasonSaid) {
+    const int next = ::dup(0);
+    ::close(next);
+    {
+        const LoweredLimit descriptors(RLIMIT_NOFILE, static_cast<rlim_t>(next + 5));
+        EXPECT_EQ(ask("0"), platform::kAuthorizationInternal);
+    }
+    EXPECT_THAT(problems.take(), testing::ElementsAre("polkit: Too many open files"));
 }
 
 TEST_F(LinuxAuthorizationModule, NameOfTheProgramSaysWhatItIsFor) {
