@@ -59,12 +59,6 @@ void neverAskAgain() {
     if (const auto error = defaults.synchronize()) logNSError(error);
 }
 
-/// A line for the user in his language and one for the log.
-void say(std::string& text, const char* line, const std::string& path) {
-    logNormal(line, path);
-    text += QMLocalizedStringWithArguments(std::string(line), path).value_or("") + "\n";
-}
-
 }  // namespace
 
 bool askToMove(const MovePlan& plan, bool needsRights) {
@@ -77,17 +71,15 @@ bool askToMove(const MovePlan& plan, bool needsRights) {
 }
 
 void showFailedMove(const MovePlan& plan, const MoveReport& report) {
+    for (const std::string& path : report.trashed)
+        logNormal("What was at \"%@\" is in the Trash.", path);
+    for (const std::string& path : report.removed)
+        logNormal("What was at \"%@\" has been removed.", path);
+    if (report.incomplete) logNormal("\"%@\" is an incomplete copy.", *report.incomplete);
+    const bool isThere = __QMCurrentThreadFileManager().fileExists(plan.source);
+    logNormal(isThere ? "I am still at \"%@\"." : "\"%@\" is no longer there.", plan.source);
     platform::Alert alert;
     alert.messageText = QMLocalizedString("Could not move to Applications folder");
-    std::string& text = alert.informativeText;
-    for (const std::string& path : report.trashed)
-        say(text, "What was at \"%@\" is in the Trash.", path);
-    for (const std::string& path : report.removed)
-        say(text, "What was at \"%@\" has been removed.", path);
-    if (report.incomplete) say(text, "\"%@\" is an incomplete copy.", *report.incomplete);
-    const bool isThere = __QMCurrentThreadFileManager().fileExists(plan.source);
-    say(text, isThere ? "I am still at \"%@\"." : "\"%@\" is no longer there.", plan.source);
-    text.pop_back();
     alert.buttons = {{QMLocalizedString("OK"), ""}};
     platform::services().userInterface->runModal(alert);
 }

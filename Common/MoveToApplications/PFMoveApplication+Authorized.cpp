@@ -55,9 +55,8 @@ bool copyAsAdministrator(AdministratorRights& rights, const MovePlan& plan, Move
     logVerbose("Copying \"%@\" to \"%@\"", plan.source, plan.destination);
     const auto end = rights.run("/bin/cp", {"-pR", plan.source, plan.destination});
     if (end && end->succeeded()) return true;
-    // Half a copy under the application's own name would be taken for the application. (Killed
-    // together with this process, "cp -p" leaves one that only root may enter: it opens a folder
-    // when that is whole.) What could not be removed before stays.
+    // Half a copy under the application's own name would be taken for the application. What could
+    // not be removed before stays.
     if (placeIsFree && files.fileExists(plan.destination)) {
         removeAsAdministrator(rights, plan.destination);
         if (files.fileExists(plan.destination)) report.incomplete = plan.destination;
@@ -75,7 +74,8 @@ MoveResult moveAsAdministrator(const MovePlan& plan, MoveReport& report) {
     const platform::TerminationDelay delay;
     const bool moved =
         removeOldCopies(rights, plan, report) && copyAsAdministrator(rights, plan, report);
-    return moved ? MoveResult::succeeded : MoveResult::failed;
+    if (moved) return MoveResult::succeeded;
+    return rights.wasCancelled() ? MoveResult::cancelled : MoveResult::failed;
 }
 
 }  // namespace

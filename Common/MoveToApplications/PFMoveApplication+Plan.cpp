@@ -79,9 +79,14 @@ bool needsAdministrator(const MovePlan& plan) {
 }
 
 bool holdsSource(const std::string& path, const std::string& source) {
+    const auto attributes = __QMCurrentThreadFileManager().attributes(path);
+    return attributes && attributes->type != platform::FileType::symbolicLink &&
+           leadsTo(path, source);
+}
+
+bool leadsTo(const std::string& path, const std::string& source) {
     const platform::FileManager& files = __QMCurrentThreadFileManager();
-    const auto attributes = files.attributes(path);
-    if (!attributes || attributes->type == platform::FileType::symbolicLink) return false;
+    if (!files.fileExists(path)) return false;
     const auto identity = files.identity(path);
     for (std::string folder = source; !folder.empty();
          folder = platform::pathByDeletingLastComponent(folder)) {

@@ -34,6 +34,8 @@ bool needsAdministrator(const MovePlan& plan);
 /// True when the item is, under whatever path, the source or a folder above it. A link to it is
 /// not: it can go without harm.
 bool holdsSource(const std::string& path, const std::string& source);
+/// The same; a link counts as what it leads to.
+bool leadsTo(const std::string& path, const std::string& source);
 /// Where a copy grows before it bears the destination's name: no application's name.
 std::string stagingPath(const std::string& destination);
 

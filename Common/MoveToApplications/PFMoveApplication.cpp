@@ -29,9 +29,12 @@ bool liesInApplicationsFolder(const std::string& path) {
     using platform::Domain;
     for (const Domain domain : {Domain::user, Domain::local, Domain::network, Domain::system}) {
         const auto folders = platform::applicationsFolders(domain, platform::services().homeFolder);
-        // Deliberate: the texts are compared, "/Applications 2" begins like "/Applications".
-        if (std::any_of(folders.begin(), folders.end(),
-                        [&](const auto& folder) { return path.starts_with(folder); }))
+        // Deliberate: the texts are compared, "/Applications 2" begins like "/Applications". The
+        // user's own may be a link, which the path of a running program does not show.
+        if (std::any_of(folders.begin(), folders.end(), [&](const auto& folder) {
+                return path.starts_with(folder) ||
+                       (domain == Domain::user && leadsTo(folder, path));
+            }))
             return true;
     }
     const auto components = platform::componentsSeparatedBy(path, '/');

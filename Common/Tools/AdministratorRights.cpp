@@ -37,8 +37,10 @@ platform::OSStatus AdministratorRights::ask(platform::AuthorizationPurpose purpo
 platform::OSStatus AdministratorRights::start(const std::string& path,
                                               const std::vector<std::string>& arguments,
                                               platform::PrivilegedProcess& started) {
-    return authorization_.executeWithPrivileges(
+    const platform::OSStatus status = authorization_.executeWithPrivileges(
         *reference_, path, arguments, platform::Authorization::Communications::none, started);
+    wasCancelled_ = status == platform::kAuthorizationCanceled;
+    return status;
 }
 
 platform::OSStatus AdministratorRights::startUnattended(const std::string& path,

@@ -33,6 +33,8 @@ public:
     /// be waited for.
     std::optional<platform::ProcessEnd> run(const std::string& path,
                                             const std::vector<std::string>& arguments);
+    /// The last program did not start because the system asked once more and the user cancelled.
+    bool wasCancelled() const { return wasCancelled_; }
     /// Gives the rights back before their owner goes. Does nothing without a reference.
     void free();
 
@@ -42,6 +44,7 @@ private:
 
     platform::Authorization& authorization_;
     std::unique_ptr<platform::AuthorizationReference> reference_;
+    bool wasCancelled_ = false;
 };
 
 }  // namespace quillmore

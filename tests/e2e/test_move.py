@@ -127,7 +127,7 @@ class Moved(MoveTest):
         ended = first.end()
         moved = self.machine.state(BUNDLE)
         second.answer(MOVE)
-        second.wait_for(f'\nCould not move to Applications folder\n"{SOURCE}" is no longer there.\n')
+        second.wait_for(f'(nrm) "{SOURCE}" is no longer there.\n\nCould not move to Applications folder\n  1)')
         self.assertEqual(self.machine.state(BUNDLE), moved)
         second.send(signal.SIGKILL)
         second.end()
@@ -138,8 +138,8 @@ class Moved(MoveTest):
             with open(place, "w", encoding="utf-8"):
                 pass
         ended = self.launch(MOVE + "\n")
-        self.assertIn("\nCould not move to Applications folder\n"
-                      f'I am still at "{SOURCE}".\n', ended.output)
+        self.assertIn(f'(nrm) I am still at "{SOURCE}".\n'
+                      "\nCould not move to Applications folder\n  1)", ended.output)
         self.assertIn(f'(ERR) Could not trash "{BUNDLE}"\n', ended.errors)
         self.expect_is_old(BUNDLE)
         self.expect_went_on_from(SOURCE, ended)
@@ -155,9 +155,9 @@ class FullDisk(MoveTest):
         self.mark_as_old(BUNDLE)
         self.open_applications()
         ended = self.launch(MOVE + "\n")
-        self.assertIn("\nCould not move to Applications folder\n"
-                      f'What was at "{BUNDLE}" is in the Trash.\n'
-                      f'I am still at "{SOURCE}".\n', ended.output)
+        self.assertIn(f'(nrm) What was at "{BUNDLE}" is in the Trash.\n'
+                      f'(nrm) I am still at "{SOURCE}".\n'
+                      "\nCould not move to Applications folder\n  1)", ended.output)
         self.assertIn(f"(ERR) Could not copy '{SOURCE}' to '{BUNDLE}' (", ended.errors)
         self.assertIn("No space left on device", ended.errors)
         self.assertIn(f"(ERR) Could not copy myself to {BUNDLE}\n", ended.errors)

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "Common/MoveToApplications/PFMoveApplication+Steps.h"
 #include "Common/MoveToApplications/PFMoveApplication.h"
@@ -73,12 +74,20 @@ protected:
         services.userInterface.answers.push_back({button, suppressed});
     }
     const std::vector<platform::Alert>& alerts() const { return services.userInterface.alerts; }
-    /// The informative text of the failure alert, the second one; fails when that is another.
+    /// What the log says of a failed move, its last lines; fails unless the second alert is the
+    /// failure's, which has no text of its own.
     std::string failureText() const {
         if (alerts().size() != 2 ||
-            alerts()[1].messageText != "Could not move to Applications folder")
+            alerts()[1].messageText != "Could not move to Applications folder" ||
+            !alerts()[1].informativeText.empty())
             return "no failure alert";
-        return alerts()[1].informativeText;
+        std::string text;
+        for (const std::string& line : linesOf(outputSoFar())) {
+            const std::string message = line.substr(line.find(' ') + 1);
+            if (message == "Moving myself to the Applications folder") text.clear();
+            if (isOfFailure(message)) text += (text.empty() ? "" : "\n") + message;
+        }
+        return text;
     }
     std::string versionAt(const std::string& bundlePath) const {
         return services.read(bundlePath + "/version");
@@ -108,6 +117,21 @@ protected:
     }
 
 private:
+    static bool isOfFailure(const std::string& message) {
+        for (const char* part : {"\" is in the Trash.", "\" has been removed.",
+                                 "\" is an incomplete copy.", "\" is no longer there."})
+            if (message.ends_with(part)) return true;
+        return message.starts_with("I am still at \"");
+    }
+    /// Of what is captured, without taking it: a child with mounts of its own cannot start anew.
+    static std::string outputSoFar() {
+        std::fflush(stdout);
+        std::string text(1 << 20, '\0');
+        const ssize_t size = ::pread(STDOUT_FILENO, text.data(), text.size(), 0);
+        text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+        return text;
+    }
+
     bool recycle(const std::string& path) const {
         if (untrashable.contains(path)) return false;
         services.makeFolder("/Trash");

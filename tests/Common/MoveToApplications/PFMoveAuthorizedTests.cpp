@@ -154,6 +154,14 @@ TEST_F(MoveWithAuthorization, RemovalsExitStatusDoesNotCount) {
     EXPECT_THAT(calls(), Contains(kCopy));
 }
 
+TEST_F(MoveWithAuthorization, LaterQuestionThatIsCancelledIsTheCancellation) {
+    services.authorization.executeStatus = platform::kAuthorizationCanceled;
+    EXPECT_FALSE(moves());
+    EXPECT_THAT(logLines(), Contains("(nrm) Not moving because user canceled authorization"));
+    EXPECT_EQ(alerts().size(), 1U);
+    EXPECT_EQ(versionAt(kDestination), "old");
+}
+
 TEST_F(MoveWithAuthorization, FailureSaysWhatIsGone) {
     makeApplication("/Applications/Quillmore-1.app");
     PFAlsoRemoveBundles({{"/Applications/Quillmore-1.app"}});

@@ -63,6 +63,14 @@ TEST_F(MoveDecision, NoOfferBelowTheUsersApplicationsFolder) {
     EXPECT_FALSE(offersFrom("/Users/jo/Applications/Tools/Quillmore.app"));
 }
 
+TEST_F(MoveDecision, OwnApplicationsFolderThatIsALinkIsRecognised) {
+    services.makeFolder("/Data/Programs");
+    std::filesystem::create_symlink(services.host("/Data/Programs"),
+                                    services.host("/Users/jo/Applications"));
+    EXPECT_FALSE(offersFrom("/Data/Programs/Tools/Quillmore.app"));
+    EXPECT_TRUE(offersFrom("/Data/Other/Quillmore.app"));
+}
+
 TEST_F(MoveDecision, NoOfferInTheNetworksOrSystemsApplicationsFolder) {
     EXPECT_FALSE(offersFrom("/Network/Applications/Quillmore.app"));
     EXPECT_FALSE(offersFrom("/System/Applications/Quillmore.app"));

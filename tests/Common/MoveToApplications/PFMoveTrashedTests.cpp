@@ -79,7 +79,7 @@ TEST_F(MoveWithTrash, DestinationThatCannotBeTrashedStaysAndEndsTheMove) {
     EXPECT_THAT(errorLines(), ElementsAre("(ERR) Could not trash \"/Applications/Quillmore.app\""));
 }
 
-TEST_F(MoveWithTrash, FailedCopyIsLoggedAndTheAlertSaysWhereTheOldOneIs) {
+TEST_F(MoveWithTrash, FailedCopyIsLoggedAndSoIsWhereTheOldOneIs) {
     faults->copyErrors.insert({kStaging, platform::Error::posix(ENOSPC)});
     EXPECT_FALSE(moves());
     EXPECT_EQ(failureText(),

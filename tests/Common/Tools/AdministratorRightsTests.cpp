@@ -58,6 +58,18 @@ TEST_F(AdministratorRightsTest, ProgramThatIsNoChildIsWaitedForByWhoeverStartedI
     EXPECT_THAT(services.processes.abandoned, IsEmpty());
 }
 
+TEST_F(AdministratorRightsTest, LaterQuestionThatIsCancelledIsToldFromAFailure) {
+    AdministratorRights rights;
+    rights.create();
+    ask(rights);
+    authorization().executeStatus = platform::kAuthorizationToolExecuteFailure;
+    EXPECT_FALSE(rights.run("/bin/rm", {}));
+    EXPECT_FALSE(rights.wasCancelled());
+    authorization().executeStatus = platform::kAuthorizationCanceled;
+    EXPECT_FALSE(rights.run("/bin/rm", {}));
+    EXPECT_TRUE(rights.wasCancelled());
+}
+
 TEST_F(AdministratorRightsTest, GivenBackEarlyAreNotGivenBackAgain) {
     {
         AdministratorRights rights;
