@@ -162,6 +162,12 @@ void _writeKeptProblems() {
                                         others)));
 }
 
+void _logErrorToFile(const std::string& message) {
+    LogState& state = logState();
+    const std::lock_guard lock(state.lock);
+    writeToFile(state, kLogLevelError, lineOf(state, kLogLevelError, message + "\n"));
+}
+
 bool _isLogLevelVisible(std::uint32_t level) {
     const LogState& state = logState();
     return state._fileLoggingLevel >= level || state._stdioLoggingLevel >= level;

@@ -29,6 +29,8 @@ void _log(std::uint32_t level, std::string_view format, FormatArguments argument
 /// their number), so that what was wrong before the file could be opened is found in it.
 void _logProblem(const std::string& problem);
 void _writeKeptProblems();
+/// One error line for the file alone: the terminal has had the words already.
+void _logErrorToFile(const std::string& message);
 /// True when either sink's level is at or above `level`.
 bool _isLogLevelVisible(std::uint32_t level);
 

@@ -122,6 +122,7 @@ bool InstallCheckManager::repairItem(const RequiredItem& item) {
     const ItemType* type = itemTypeOf(item);
     if (type == nullptr || !isRepairedByRun(*type, item)) return true;
     if (hasStatus(item, kStatusOK) || hasStatus(item, kStatusNotRequired)) return true;
+    UpdateToolManager::sharedManager().setRepairedItem(item.name().value_or(""));
     return (this->*type->repair)(item);
 }
 

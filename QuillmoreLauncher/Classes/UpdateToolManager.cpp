@@ -1,13 +1,17 @@
 #include "QuillmoreLauncher/Classes/UpdateToolManager.h"
 
+#include <sstream>
+
 #include "Common/utils/Errors.h"
 #include "Common/utils/Folders.h"
 #include "Common/utils/Logging.h"
 #include "Platform/Files/Paths.h"
 #include "Platform/Ports/Services.h"
+#include "Platform/Processes/ErrorTee.h"
 #include "Platform/Processes/Task.h"
 #include "Platform/Processes/TerminationSignals.h"
 #include "Platform/Threads/SharedInstance.h"
+#include "Platform/Values/TextEncoding.h"
 #include "QuillmoreLauncher/Classes/RequiredItem.h"
 
 namespace quillmore {
@@ -45,10 +49,12 @@ std::int32_t UpdateToolManager::runExe(const std::string& launchPath,
     const platform::TerminationDelay delay;
     logVerbose("UpdateToolManager:runExe: Running \"%@\"...", launchPath);
     bool succeeded = false;
+    std::optional<platform::ErrorTee> words;
     try {
         platform::Task task(*platform::services().processes);
         task.setLaunchPath(launchPath);
         task.setArguments(withArgs);
+        if (repairedItem_ && waitUntilExit) task.setStandardError(words.emplace().pipe());
         task.launch();
         // Deliberate: a run that is not waited for counts as failed.
         if (waitUntilExit) {
@@ -59,12 +65,25 @@ std::int32_t UpdateToolManager::runExe(const std::string& launchPath,
         logError("UpdateToolManager:runExe: Exception during running \"%@\" (%@)", launchPath,
                  errorExceptionToString(exception));
     }
+    if (words) logWords(words->take(), launchPath, withArgs);
     if (!succeeded) {
         logError("UpdateToolManager:runExe: Failed running \"%@\"", launchPath);
         return UpdateToolStatusFailed;
     }
     logVerbose("UpdateToolManager:runExe: Succeeded running \"%@\"", launchPath);
     return UpdateToolStatusOK;
+}
+
+/// Not on the terminal: there the words are already.
+void UpdateToolManager::logWords(const std::string& words, const std::string& launchPath,
+                                 const std::vector<std::string>& arguments) const {
+    std::istringstream lines(words);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty()) continue;
+        _logErrorToFile(platform::format(
+            "Repair of \"%@\" (%@ %@): %@", *repairedItem_, platform::lastPathComponent(launchPath),
+            arguments.empty() ? "" : arguments.front(), platform::repairedUtf8(line)));
+    }
 }
 
 std::int32_t UpdateToolManager::runUpdateTool(const std::vector<std::string>& args,

@@ -33,6 +33,10 @@ public:
     /// Checks the installed tool of a file name: 0, 1 or 2, also kept as the status.
     std::int32_t verifyUpdateTool(const Argument& name);
 
+    /// What the runs from now on are for, by its name in the catalogue: what their programs say on
+    /// standard error then goes to the log file too, where a desktop's user can find it.
+    void setRepairedItem(Argument name) { repairedItem_ = std::move(name); }
+
     /// `runExe:withArgs:waitUntilExit:`: 0 or 4; not waited for: always 4. Leaves the status alone.
     std::int32_t runExe(const std::string& launchPath, const std::vector<std::string>& withArgs,
                         bool waitUntilExit);
@@ -83,6 +87,10 @@ private:
     std::int32_t runAsAdmin(const char* method, const std::string& toolPath,
                             const std::vector<std::string>& args, bool logsPath);
 
+    void logWords(const std::string& words, const std::string& launchPath,
+                  const std::vector<std::string>& arguments) const;
+
+    Argument repairedItem_;
     std::int32_t status_ = UpdateToolStatusUnknown;
     [[maybe_unused]] std::string updateToolPath;  ///< Reserved; neither set nor read.
 };

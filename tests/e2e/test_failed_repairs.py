@@ -129,7 +129,7 @@ class DamagedPackages(LauncherTest):
             os.chmod(path, 0o644)
         self.mended[name] = mend
 
-    def expect_failure(self, running, commands, why):
+    def expect_failure(self, running, item, commands, why):
         running.answer("\n")
         running.wait_for(FAILED)
         running.answer("\n")
@@ -142,6 +142,9 @@ class DamagedPackages(LauncherTest):
         running.errors.wait_for(lambda: running.errors.text().count(failed + "\n") == self.failures,
                                 "the failure on standard error")
         self.assertEqual(running.errors.text().splitlines()[-2:], [f"updateqm: {why}", failed])
+        word = commands[-1].split("=")[0]
+        self.assertEqual(self.machine.log_problems()[-2:], [
+            f'(ERR) Repair of "{item}" (updateqm {word}): updateqm: {why}', failed])
 
     def test_a_damaged_item_fails_the_run_and_leaves_itself_and_the_later_ones_alone(self):
         at = f"{RESOURCES}/"
@@ -153,20 +156,20 @@ class DamagedPackages(LauncherTest):
         running = self.machine.start()
         running.wait_for(BUTTONS)
         done = ["repairother"]
-        self.expect_failure(running, ["repairother=66"],
+        self.expect_failure(running, "qmstatus", ["repairother=66"],
                             f'cannot open "{at}qmstatus.sig": No such file or directory')
-        for name, item, command, why in (
-                ("qmstatus.sig", "qmstatus", "repairpackage=65",
+        for name, item, next_item, command, why in (
+                ("qmstatus.sig", "qmstatus", "QuillmoreFS", "repairpackage=65",
                  f'the signature "{at}QuillmoreFS.pkg.sig" does not match "{at}QuillmoreFS.pkg"; '
                  "nothing was installed"),
-                ("QuillmoreFS.pkg", "QuillmoreFS", "repairzipitem=65",
+                ("QuillmoreFS.pkg", "QuillmoreFS", "QuillmoreCM", "repairzipitem=65",
                  f'the signature "{at}QuillmoreCM.zip.sig" does not match "{at}QuillmoreCM.zip"; '
                  "nothing was installed"),
-                ("QuillmoreCM.zip.sig", "QuillmoreCM", "repairzipitem=66",
+                ("QuillmoreCM.zip.sig", "QuillmoreCM", "QuillmoreOverlay", "repairzipitem=66",
                  f'cannot open "{at}QuillmoreOverlay.zip": Permission denied')):
             self.mended[name]()
             self.present.append(item)
-            self.expect_failure(running, [*done, command], why)
+            self.expect_failure(running, next_item, [*done, command], why)
             done.append(command.split("=")[0])
         self.mended["QuillmoreOverlay.zip"]()
         running.answer("\n")

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "Platform/Files/FileDescriptor.h"
 #include "tests/fakes/LauncherFixture.h"
 
 namespace quillmore::tests {
@@ -98,6 +99,28 @@ TEST_F(UpdateTool, RunInheritsTheStandardStreams) {
     EXPECT_EQ(request.standardInput, platform::ProcessRequest::kInherit);
     EXPECT_EQ(request.standardOutput, platform::ProcessRequest::kInherit);
     EXPECT_EQ(request.standardError, platform::ProcessRequest::kInherit);
+}
+
+/// A tool that says the words on standard error and fails.
+const platform::ProcessEnd kFailed{false, 1};
+FakeProcessSpawner::Child toolThatSays(const std::string& words) {
+    return {"", kFailed, [words](const platform::ProcessRequest& request) {
+                platform::writeAll(request.standardError, words);
+            }};
+}
+
+TEST_F(UpdateTool, WordsOfARepairGoToTheLogFileAndOnceToTheTerminal) {
+    const std::string file = initLogging3("normal", "normal", std::nullopt, "P", "P");
+    services.processes.teach("/x/tool", toolThatSays("tool: no room\n\ntool: gives up\n"));
+    tool().setRepairedItem("one");
+    logLines();
+    tool().runExe("/x/tool", {"repairother", "b"}, true);
+    EXPECT_THAT(logLines(), ElementsAre("tool: no room", "", "tool: gives up",
+                                        "(ERR) UpdateToolManager:runExe: Failed running "
+                                        "\"/x/tool\""));
+    const std::string text = services.read(file);
+    EXPECT_THAT(text, testing::HasSubstr("Repair of \"one\" (tool repairother): tool: no room\n"));
+    EXPECT_THAT(text, testing::HasSubstr("Repair of \"one\" (tool repairother): tool: gives up\n"));
 }
 
 TEST_F(UpdateTool, RunThatEndsOtherwiseFails) {
