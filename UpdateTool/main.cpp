@@ -6,6 +6,7 @@
 
 #include "UpdateTool/Caller/AuditTrail.h"
 #include "UpdateTool/Caller/Caller.h"
+#include "UpdateTool/Caller/Confinement.h"
 #include "UpdateTool/Caller/OwnProgram.h"
 #include "UpdateTool/Caller/ProcessGuard.h"
 #include "UpdateTool/Commands/Operations.h"
@@ -32,6 +33,7 @@ int main(int argumentCount, char** arguments) {
         Context context = programContext();
         if (argumentCount == 1) return tellVersion(context);
         const AuditTrail trail(context, systemLogFolder());
+        forbidWhatNobodyNeeds();
         context.audit = [&trail](const std::string& line) { trail.write(line); };
         return runCommand(context, Arguments(arguments + 1, arguments + argumentCount), std::cerr);
     } catch (const std::exception& exception) {

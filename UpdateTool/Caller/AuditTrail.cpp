@@ -75,6 +75,8 @@ std::string printable(std::string text) {
 }  // namespace
 
 AuditTrail::AuditTrail(const Context& context, const std::string& folderPath) {
+    // At once: later no socket can be made.
+    ::openlog("updateqm", LOG_PID | LOG_NDELAY, LOG_AUTHPRIV);
     try {
         const FileDescriptor folder = openTrustedFolder(context, folderPath);
         file_ = openLog(context, folder.get());
@@ -88,9 +90,7 @@ AuditTrail::AuditTrail(const Context& context, const std::string& folderPath) {
 
 void AuditTrail::write(const std::string& line) const {
     const std::string text = printable(line.substr(0, kLongestLine));
-    ::openlog("updateqm", LOG_PID, LOG_AUTHPRIV);
     ::syslog(LOG_NOTICE, "%s", text.c_str());
-    ::closelog();
     struct stat status {};
     // Runs that were opened and stopped, and go on all at once, would make it as long as they like.
     if (!file_ || ::fstat(file_.get(), &status) != 0 || status.st_size >= 2 * kFullSize) return;

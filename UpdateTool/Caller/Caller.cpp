@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "UpdateTool/Caller/Confinement.h"
 #include "UpdateTool/Caller/OwnProgram.h"
 #include "UpdateTool/Ground/Failure.h"
 
@@ -16,6 +17,7 @@ ActingAsCaller::ActingAsCaller(const Context& context) : user_(::geteuid()), gro
     if (::setegid(context.callerGroup) != 0 || ::seteuid(context.callerUser) != 0 ||
         ::geteuid() != context.callerUser || ::getegid() != context.callerGroup)
         failWithSystemError(EX_OSERR, "cannot take the rights of the calling user");
+    makeUndumpable();
 }
 
 ActingAsCaller::~ActingAsCaller() {
@@ -27,6 +29,7 @@ ActingAsCaller::~ActingAsCaller() {
 OutOfCallersReach::OutOfCallersReach() : user_(::getuid()) {
     if (user_ != 0 && ::geteuid() == 0 && ::setreuid(0, static_cast<uid_t>(-1)) != 0)
         failWithSystemError(EX_OSERR, "cannot leave the reach of the calling user");
+    if (::getuid() == 0 && user_ != 0) takeOrdinaryPriority();
 }
 
 OutOfCallersReach::~OutOfCallersReach() {
@@ -46,6 +49,7 @@ void becomeRoot(const Context& context) {
         failWithSystemError(EX_OSERR, "cannot leave the rights of the calling user");
     // Not earlier: some systems let the caller lower it as long as the process is theirs, too.
     takeOrdinaryPriority();
+    makeUndumpable();
 }
 
 void becomeCaller(const Context& context) {
@@ -58,6 +62,7 @@ void becomeCaller(const Context& context) {
         (givesUp && (::getgid() != context.callerGroup || ::getegid() != context.callerGroup)))
         fail(EX_OSERR, "the rights are not those of the calling user");
     if (context.callerUser != 0 && (::seteuid(0) == 0 || ::setuid(0) == 0)) std::abort();
+    makeUndumpable();
 }
 
 }  // namespace quillmore::updatetool

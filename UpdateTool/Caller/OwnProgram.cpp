@@ -1,5 +1,6 @@
 #include "UpdateTool/Caller/OwnProgram.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -99,6 +100,9 @@ void takeOrdinaryPriority() {
     for (std::size_t processor = 0; processor < CPU_SETSIZE; ++processor) CPU_SET(processor, &any);
     ::sched_setaffinity(0, sizeof any, &any);
     ::syscall(SYS_ioprio_set, kThisProcess, 0, kAsTheProcessorsShare);
+    const int killer = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    [[maybe_unused]] const ssize_t written = ::write(killer, "0", 1);
+    if (killer >= 0) ::close(killer);
 }
 
 bool isAdministratorsRun(const std::string&) {

@@ -16,7 +16,8 @@ std::vector<gid_t> trustedGroups();
 const char* systemLogFolder();
 /// Closes every descriptor from 3 up, however high. False when the system cannot.
 bool closeOtherDescriptors();
-/// The processor's and the disk's ordinary share, on any processor: others wait for this one.
+/// The processor's and the disk's ordinary share, on any processor, and no preference of the memory
+/// killer's: others wait for this one.
 void takeOrdinaryPriority();
 /// An administrator authorised this run: it was started by root, or given root by the system and
 /// not by its own set-user-ID bit.

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <string>
 
+#include "UpdateTool/Caller/Confinement.h"
 #include "UpdateTool/Caller/OwnProgram.h"
 #include "generated/PackagePublicKey.h"
 
@@ -117,6 +118,8 @@ void makeProcessSafe(int argumentCount) {
     requireRoom();
     ::umask(077);
     if (::chdir("/") != 0) refuse(EX_OSERR, "cannot change to the root folder");
+    if (!keepNeededCapabilities()) refuse(EX_OSERR, "cannot give capabilities of root up");
+    makeUndumpable();
     if (OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) != 1)
         refuse(EX_OSERR, "libcrypto cannot be used");
 }

@@ -19,14 +19,19 @@
 //                     changed
 //   umask             077; every mode is set explicitly
 //   working folder    /
+//   capabilities      on Linux those that no command needs are gone, also from the bounding set
+//   tracing, dumps    forbidden, and again after each change of the user
 //   libcrypto         reads no configuration file and loads no provider
 //   real user         noted, for the audit trail and for the rights of the next line
 //   rights            the caller's from here on, saved for the one return to root (Caller.h); the
 //                     change is checked
-//   priority          ordinary again, on any processor, when it becomes root: until then some
+//   priority          ordinary again, on any processor, and so are the memory killer's preferences
+//                     when it becomes root, and before it waits for the log: until then some
 //                     systems let the caller lower it anew
+//   system calls      once the log is open: no program is started, nothing mounted or traced, no
+//                     socket made (Confinement.h)
 //
-// What comes from the system and stays: control groups, the memory killer's preferences, the
+// What comes from the system and stays: control groups, the
 // session. A run may be stopped or killed through them, which the journal provides for.
 #pragma once
 
@@ -34,7 +39,7 @@
 
 namespace quillmore::updatetool {
 
-/// All but the last three lines. Ends the process with a status of sysexits.h when it cannot be
+/// All but the last four lines. Ends the process with a status of sysexits.h when it cannot be
 /// made safe.
 void makeProcessSafe(int argumentCount);
 

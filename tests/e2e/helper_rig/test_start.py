@@ -39,7 +39,8 @@ class Environment(AttackTest):
     def test_loader_variables_bring_no_code_in(self):
         library = self.plant()
         self.folder(f"{HOME}/lib")
-        for name in ("libcrypto.so.3", "libz.so.1", "libminizip.so.1", "libc.so.6", "libstdc++.so.6"):
+        for name in ("libcrypto.so.3", "libz.so.1", "libminizip.so.1", "libc.so.6", "libstdc++.so.6",
+                     "libcap-ng.so.0", "libseccomp.so.2"):
             os.symlink(library, f"{HOME}/lib/{name}")
         self.expect_no_use(LD_PRELOAD=library, LD_AUDIT=library, LD_LIBRARY_PATH=f"{HOME}/lib",
                            LD_DEBUG="all", LD_DEBUG_OUTPUT=f"{HOME}/debug",

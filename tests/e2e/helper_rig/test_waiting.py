@@ -1,6 +1,7 @@
 """Attacks on everybody else: runs that their callers stop or slow down, so that others wait."""
 import fcntl
 import os
+import pathlib
 import resource
 import signal
 import time
@@ -10,13 +11,13 @@ from packages import plug_in
 
 
 class Waiting(AttackTest):
-    def held_up(self, path, *command, **options):
+    def held_up(self, path, *command, through=(), **options):
         """A run that waits for a lock which the test holds, and the file that holds it."""
         held = open(path, "w" if path != LOG else "a", encoding="ascii")
         os.chmod(path, 0o600)
         fcntl.flock(held, fcntl.LOCK_EX)
         self.addCleanup(held.close)
-        running = self.start_as_user(TOOL, *command, **options)
+        running = self.start_as_user(*through, TOOL, *command, **options)
         self.until(lambda: self.waits(running.pid))
         return running, held
 
@@ -63,6 +64,21 @@ class Waiting(AttackTest):
         self.assertEqual(os.sched_getaffinity(running.pid), os.sched_getaffinity(0))
         for command in (("renice", "-n", "19", "-p"), ("chrt", "--idle", "-p", "0"), ("taskset", "-p", "1")):
             self.assertNotEqual(self.as_user(*command, str(running.pid)).returncode, 0)
+        held.close()
+        self.assertEqual(running.wait(timeout=60), 0)
+
+    def test_run_that_others_wait_for_has_no_more_rights_than_it_needs(self):
+        """Nor does the caller have the memory killer choose it, when it does not forbid that itself."""
+        running, held = self.held_up(f"{PRODUCT}/.updateqm.lock", *self.install,
+                                     through=("choom", "-n", "1000", "--"))
+        status = dict(line.split(":\t", 1) for line in
+                      pathlib.Path(f"/proc/{running.pid}/status").read_text(encoding="ascii").splitlines() if ":\t" in line)
+        needed = sum(1 << number for number in (0, 1, 3, 4, 5, 6, 7, 23, 24))
+        for which in ("CapPrm", "CapEff", "CapBnd", "CapInh", "CapAmb"):
+            self.assertEqual(int(status[which], 16) & ~needed, 0, which)
+        self.assertEqual((status["NoNewPrivs"], status["Seccomp"]), ("1", "2"))
+        if self.root_may_raise_priorities():
+            self.assertEqual(pathlib.Path(f"/proc/{running.pid}/oom_score_adj").read_text(encoding="ascii"), "0\n")
         held.close()
         self.assertEqual(running.wait(timeout=60), 0)
 
