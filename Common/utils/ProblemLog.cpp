@@ -8,4 +8,8 @@ void ProblemLog::report(const std::string& problem) {
     _logProblem(problem);
 }
 
+void ProblemLog::note(const std::string& fact) {
+    logVerbose("%@", fact);
+}
+
 }  // namespace quillmore

@@ -9,6 +9,8 @@ namespace quillmore {
 class ProblemLog final : public platform::Problems {
 public:
     void report(const std::string& problem) override;
+    /// At level verbose; not kept for a file that is not open yet.
+    void note(const std::string& fact) override;
 };
 
 }  // namespace quillmore

@@ -22,7 +22,7 @@ class LinuxServices final : public SystemServices {
 public:
     explicit LinuxServices(const SystemServicesOptions& options)
         : systemInformation_(options.files),
-          workspace_(options.files, options.processes),
+          workspace_(options.files, options.processes, "/proc", "", options.problems),
           appleEvents_(workspace_),
           authorization_(options.processes, authorizationOptions(options)),
           keychain_({options.plugInsPath, &options.problems}) {}

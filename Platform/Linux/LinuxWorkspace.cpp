@@ -22,6 +22,8 @@ namespace quillmore::platform {
 namespace {
 
 constexpr std::string_view kBundleExtension = ".app";
+/// What lies here comes with macOS: the Finder, for one.
+constexpr std::string_view kPartsOfTheSystem = "/System/Library/CoreServices/";
 
 struct RunningApplication {
     std::uint64_t startTime = 0;
@@ -74,6 +76,10 @@ std::vector<Dictionary> LinuxWorkspace::launchedApplications() {
 
 bool LinuxWorkspace::launchApplication(const std::optional<std::string>& path) {
     if (!path) return false;
+    if (isMissingPartOfTheSystem(*path)) {
+        problems_.note("\"" + *path + "\": this system has none - nothing is launched");
+        return true;
+    }
     const auto executable = executableOf(*path);
     if (!executable || !isRegularExecutable(fileManager_.hostPath(*executable))) return false;
     const FileDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
@@ -96,6 +102,10 @@ bool LinuxWorkspace::recycleFile(const std::string& folder, const std::string& n
     const std::string home = homeTrash_.empty() ? homeTrashFolder(homeFolderOfUser()) : homeTrash_;
     return LinuxTrash(home, ::geteuid())
         .recycle(fileManager_.hostPath(pathByAppending(folder, name)));
+}
+
+bool LinuxWorkspace::isMissingPartOfTheSystem(const std::string& path) const {
+    return path.starts_with(kPartsOfTheSystem) && !fileManager_.fileExists(path);
 }
 
 /// The kernel names programs from the real root; everything here is named from the file manager's.

@@ -13,6 +13,9 @@ public:
     /// One line that names the file (or the service) and says what is wrong. Any thread. Called
     /// under locks of those who report: must not call back into them.
     virtual void report(const std::string& problem) = 0;
+    /// One line about something that is as it should be and still worth knowing. Under the same
+    /// rules; nobody has to take it.
+    virtual void note(const std::string& /*fact*/) {}
 };
 
 /// Takes every report and drops it.

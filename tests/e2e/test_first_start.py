@@ -11,6 +11,7 @@ from sandboxed import main
 FIXES = ["Fixes10_5"] if INTEL else []
 RUN = ["UpdateToolManager:runExe: Running", "UpdateToolManager:runExe: Succeeded running"]
 FINDER = '"com.apple.finder"'
+FINDER_PATH = "/System/Library/CoreServices/Finder.app"
 FINDER_LOG = pathlib.Path(launcher.HOME, "Library/Logs/Finder.log")
 
 
@@ -117,7 +118,6 @@ class RepairLog(LauncherTest):
         waiting = f"(vrb) Waiting for app with id {FINDER} to quit"
         admin = "(nrm) UpdateToolManager:runUninstalledUpdateToolAsAdmin:"
         command = [f'(vrb) {line} "{UPDATE_TOOL}"' + "..." * (line == RUN[0]) for line in RUN]
-        finder = "/System/Library/CoreServices/Finder.app"
         self.assertEqual([line for line in lines if line != waiting], [
             f"(nrm) Quillmore version {self.machine.version}",
             "(nrm) Quillmore did begin launching...",
@@ -128,7 +128,7 @@ class RepairLog(LauncherTest):
             f"(vrb) Requesting app with id {FINDER} to quit...",
             f"(vrb) Requested app with id {FINDER} to quit",
             f"(vrb) App with id {FINDER} did quit",
-            f'(vrb) Launching "{finder}"...', f'(vrb) Launched "{finder}"',
+            f'(vrb) Launching "{FINDER_PATH}"...', f'(vrb) Launched "{FINDER_PATH}"',
             *command * (4 if INTEL else 3),
             *checked("OK"), *checked("OK"),
             *launching_core()])
@@ -139,6 +139,20 @@ class RepairLog(LauncherTest):
             return [line.split("] ", 1)[1] for line in FINDER_LOG.read_text().splitlines()]
         launcher.wait_until(lambda: len(log()) == 3, "the Finder's restart")
         self.assertEqual(log(), ["did start", "was asked to quit, will end", "did start"])
+
+
+class WithoutMacOS(LauncherTest):
+    """A user's own machine: no /System, so nothing tells a version of macOS and no Finder is there."""
+
+    system = "bare"
+
+    def test_one_continue_installs_everything_and_starts_the_core(self):
+        ended = self.machine.launch("-FileLogging", "verbose", answers="\n")
+        self.assertEqual(ended.errors, "")
+        self.expect_core_started(ended)
+        self.expect_installed(*ALL)  # nothing says that this is the system that needs the fixes
+        self.assertIn(f'(vrb) "{FINDER_PATH}": this system has none - nothing is launched',
+                      self.machine.log_lines(ended))
 
 
 class Terminal(LauncherTest):

@@ -55,6 +55,15 @@ TEST_F(Problems, FoundLaterAreWrittenOnceToBoth) {
     EXPECT_EQ(services.read("/tmp/second.log"), "");
 }
 
+TEST_F(Problems, NoteIsOneLineAtLevelVerboseAndNotKept) {
+    problemLog.note("too early 100%@");
+    configure("error", "verbose");
+    output.take();
+    problemLog.note("said 100%@");
+    EXPECT_EQ(logFile(), "");
+    EXPECT_EQ(output.take().standardOutput, line("(vrb)", "said 100%@"));
+}
+
 TEST_F(Problems, OtherLinesAreNotKept) {
     logError("no problem of a file");
     configure("error", "error");

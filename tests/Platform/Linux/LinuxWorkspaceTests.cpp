@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "tests/Platform/Linux/FakeProcFolder.h"
+#include "tests/fakes/RecordingProblems.h"
 
 namespace quillmore::tests {
 namespace {
@@ -41,7 +42,8 @@ protected:
     platform::FileManager files{root.path()};
     FakeProcessSpawner spawner;
     FakeProcFolder proc;
-    platform::LinuxWorkspace workspace{files, spawner, proc.path()};
+    RecordingProblems problems;
+    platform::LinuxWorkspace workspace{files, spawner, proc.path(), "", problems};
 };
 
 TEST_F(LinuxWorkspace, ApplicationIsListedWithIdentifierAndProcess) {
@@ -166,6 +168,22 @@ TEST_F(LinuxWorkspace, LaunchOfABundleWhoseExecutableNameLeavesItFails) {
     makeProgram("/A.app/Contents/MacOS/A");
     makeProgram("/program");
     EXPECT_FALSE(workspace.launchApplication("/A.app"));
+}
+
+TEST_F(LinuxWorkspace, PartOfMacOSThatThisSystemHasNotIsNotMissed) {
+    const std::string finder = "/System/Library/CoreServices/Finder.app";
+    EXPECT_TRUE(workspace.launchApplication(finder));
+    EXPECT_TRUE(spawner.started.empty());
+    EXPECT_THAT(
+        problems.takeNotes(),
+        testing::ElementsAre("\"" + finder + "\": this system has none - nothing is launched"));
+}
+
+TEST_F(LinuxWorkspace, PartOfMacOSThatIsThereAndCannotBeStartedFails) {
+    makeBundle("/System/Library/CoreServices/Finder.app", {});
+    EXPECT_FALSE(workspace.launchApplication("/System/Library/CoreServices/Finder.app"));
+    EXPECT_FALSE(workspace.launchApplication("/System/Finder.app")) << "not a part of it";
+    EXPECT_THAT(problems.takeNotes(), testing::IsEmpty());
 }
 
 TEST_F(LinuxWorkspace, LaunchThatTheSystemRefusesFails) {
