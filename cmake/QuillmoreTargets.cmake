@@ -1,13 +1,17 @@
 # How this project makes a library, a program and a test binary.
 
+file(RELATIVE_PATH quillmore_way_up ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+string(REGEX REPLACE "/$" "" quillmore_way_up "${quillmore_way_up}")
+
 # Flags of our own code. The bundle's programs must not die of a stack smash silently, and the helper
 # runs as root: hardening is on everywhere.
 function(quillmore_flags target)
     target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR})
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -fstack-protector-strong
-        # Assertion lines name a source as the repository does, wherever the build folder is.
-        -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+        # Assertion lines name a source as the repository does, wherever the build folder is, also
+        # when a compiler cache shortens the paths that it was given.
+        -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/= -fmacro-prefix-map=${quillmore_way_up}/=
         $<$<BOOL:${QUILLMORE_WARNINGS_ARE_ERRORS}>:-Werror>)
 endfunction()
 
@@ -57,6 +61,6 @@ function(quillmore_test name)
         target_precompile_headers(${name} REUSE_FROM test_headers)
     endif()
     # Listed when ctest starts: a build lists nothing.
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 TEST_PREFIX ${name}.
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60 TEST_PREFIX ${name}.
         PROPERTIES LABELS "${label};suite" ENVIRONMENT "${quillmore_test_environment}")
 endfunction()
