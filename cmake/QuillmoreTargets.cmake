@@ -3,12 +3,24 @@
 file(RELATIVE_PATH quillmore_way_up ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 string(REGEX REPLACE "/$" "" quillmore_way_up "${quillmore_way_up}")
 
+# What the programs that ship are hardened with, as far as the compiler knows it.
+include(CheckCXXCompilerFlag)
+set(quillmore_hardening -fstack-protector-strong -D_GLIBCXX_ASSERTIONS
+    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+foreach(flag -fstack-clash-protection -fcf-protection)
+    string(MAKE_C_IDENTIFIER "QUILLMORE_HAVE${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+        list(APPEND quillmore_hardening ${flag})
+    endif()
+endforeach()
+
 # Flags of our own code. The bundle's programs must not die of a stack smash silently, and the helper
 # runs as root: hardening is on everywhere.
 function(quillmore_flags target)
     target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR})
     target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -fstack-protector-strong
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion ${quillmore_hardening}
         # Assertion lines name a source as the repository does, wherever the build folder is, also
         # when a compiler cache shortens the paths that it was given.
         -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/= -fmacro-prefix-map=${quillmore_way_up}/=
