@@ -34,16 +34,21 @@ std::string textOfList(const Context& context, int productFolder) {
     return text;
 }
 
-std::string_view trimmed(std::string_view line) {
+/// What a line names: without a remark, the blanks around it and a path's last slash.
+std::string_view nameIn(std::string_view line) {
     constexpr std::string_view kBlank = " \t\r";
+    for (std::size_t at = line.find('#'); at != line.npos; at = line.find('#', at + 1))
+        if (at == 0 || kBlank.find(line[at - 1]) != kBlank.npos) line = line.substr(0, at);
     line.remove_prefix(std::min(line.find_first_not_of(kBlank), line.size()));
-    return line.substr(0, line.find_last_not_of(kBlank) + 1);
+    line = line.substr(0, line.find_last_not_of(kBlank) + 1);
+    while (line.ends_with('/')) line.remove_suffix(1);
+    return line;
 }
 
 bool isListed(std::string_view text, const std::string& folder, const std::string& name) {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
-        const std::string line = folded(std::string(trimmed(text.substr(0, end))));
+        const std::string line = folded(std::string(nameIn(text.substr(0, end))));
         if (line == folded(name) || line == folded(folder + "/" + name)) return true;
         text.remove_prefix(std::min(end + 1, text.size()));
     }

@@ -39,6 +39,12 @@ TEST_F(UpdateToolDenyList, LinesAreNamesOrPathsCapitalsOrNot) {
         EXPECT_THAT(refusal(name), StartsWith("77: an administrator forbids")) << name;
     for (const char* name : {"third", "tools", "to", "elsewhere"}) EXPECT_EQ(refusal(name), "");
 }
+TEST_F(UpdateToolDenyList, RemarkAfterANameAndASlashAfterAPathDoNotHideThem) {
+    list("tool # of last year\nnumber#1\n" + kProduct + "/other/  # both\n");
+    for (const char* name : {"tool", "number#1", "other"})
+        EXPECT_THAT(refusal(name), StartsWith("77: an administrator forbids")) << name;
+    EXPECT_EQ(refusal("number"), "");
+}
 TEST_F(UpdateToolDenyList, ListThatOthersCouldHaveWrittenForbidsEverything) {
     for (const mode_t mode : {0666, 0664, 0646}) {
         list("other\n", mode);
