@@ -11,8 +11,9 @@ namespace quillmore::updatetool {
 bool isRunningProgram(const Context& context, const struct stat& status);
 
 /// Fails (EX_NOPERM) unless the running program still has its set-user-ID bit and a name, and is
-/// the installed one where there is one. An administrator may run any. Call as root, with the lock
-/// held, under which alone a program is installed.
+/// the installed one where there is one, or what was installed meanwhile has the bit and the same
+/// bytes. An administrator may run any. Call as root, with the lock held, under which alone a
+/// program is installed.
 void requireInstalledProgram(const Context& context, int productFolder);
 
 }  // namespace quillmore::updatetool

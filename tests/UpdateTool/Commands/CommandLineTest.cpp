@@ -67,10 +67,19 @@ TEST_F(UpdateToolCommandLine, ProgramThatIsNotTheInstalledOneIsNobodysHelper) {
     makeSigned("/tool", "bytes", "repairother", "tool");
     for (const mode_t mode : {0755, 04755}) {
         makeFile("/program", "", mode);
-        makeFile(kProduct + "/updateqm", "", 04755);
+        makeFile(kProduct + "/updateqm", "another", 04755);
         EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_NOPERM);
     }
     context.programPath = host(kProduct + "/updateqm");
+    EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_OK) << errors;
+}
+TEST_F(UpdateToolCommandLine, ProgramThatWasInstalledAnewWithItsBitIsTheSame) {
+    context.administrator = false;
+    makeSigned("/tool", "bytes", "repairother", "tool");
+    makeFile("/program", "bytes", 0755);
+    makeFile(kProduct + "/updateqm", "bytes", 0755);
+    EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_NOPERM);
+    makeFile(kProduct + "/updateqm", "bytes", 04755);
     EXPECT_EQ(run({"repairother", "/tool", "/tool.sig"}), EX_OK) << errors;
 }
 TEST_F(UpdateToolCommandLine, ControlCharactersOfTheCallerNeverReachTheLine) {

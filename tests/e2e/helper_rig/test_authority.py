@@ -134,8 +134,20 @@ class Outlived(AttackTest):
     @staticmethod
     def replace():
         shutil.copy(TOOL, f"{PRODUCT}/next")
+        with open(f"{PRODUCT}/next", "ab") as program:
+            program.write(b"another")
         os.chmod(f"{PRODUCT}/next", 0o4755)
         os.rename(f"{PRODUCT}/next", TOOL)
+
+    def test_run_of_the_program_that_was_installed_anew_meanwhile_goes_on(self):
+        """Each repair installs the program first; what waited for it is as good."""
+        running, held = self.held_up(f"{PRODUCT}/.updateqm.lock")
+        shutil.copy(TOOL, f"{PRODUCT}/next")
+        os.chmod(f"{PRODUCT}/next", 0o4755)
+        os.rename(f"{PRODUCT}/next", TOOL)
+        held.close()
+        self.assertEqual(running.communicate(timeout=60)[1], "")
+        self.assertEqual(running.returncode, 0)
 
     def test_run_of_a_program_that_is_no_longer_installed_installs_nothing(self):
         for end in (self.replace, lambda: os.chmod(TOOL, 0o755), lambda: os.unlink(TOOL)):
