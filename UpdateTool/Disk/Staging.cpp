@@ -16,8 +16,6 @@
 
 namespace quillmore::updatetool {
 
-using platform::FileDescriptor;
-
 namespace {
 
 void renameEntry(int fromFolder, const std::string& from, int toFolder, const std::string& to) {

@@ -233,8 +233,8 @@ class ProblemsBeforeTheLogFile(BadInput):
     def test_all_of_them_in_their_order(self):
         levels = ("-FileLogging", "error", "-StdioLogging", "error")
         user = f"{launcher.HOME}/Library/Preferences/Quillmore.plist"  # a program without an identifier
-        self.expect_in_the_file(user, f"{RESOURCES}/Config.plist", Defaults.FILE,
-                                f"{BUNDLE}/Contents/Info.plist", STRINGS, arguments=levels)
+        self.expect_in_the_file(user, f"{BUNDLE}/Contents/Info.plist", f"{RESOURCES}/Config.plist",
+                                Defaults.FILE, STRINGS, arguments=levels)
 
 
 class Catalogues(BadInput):

@@ -61,6 +61,7 @@ protected:
     static platform::LinuxAuthorizationOptions rootOptions() {
         platform::LinuxAuthorizationOptions options;
         options.effectiveUser = 0;
+        options.programFolder = QUILLMORE_TEST_HELPERS;
         return options;
     }
     std::unique_ptr<platform::ProcessSpawner> spawner = platform::makePosixProcessSpawner();
