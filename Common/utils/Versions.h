@@ -19,8 +19,8 @@ struct Version {
     std::int32_t minor = 0;
     std::int32_t build = 0;
     std::int32_t revision = 0;
-    auto operator<=>(const Version&) const =
-        default;  // NOLINT(modernize-use-nullptr): its own zero
+    // NOLINTNEXTLINE(modernize-use-nullptr): the comparison's own zero is taken for a pointer.
+    auto operator<=>(const Version&) const = default;
 };
 /// Only major and minor decide: what is older by its last parts alone will do.
 bool isOlderRelease(const Version& version, const Version& than);
